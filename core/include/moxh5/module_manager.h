@@ -1,0 +1,138 @@
+// MoxModuleManager: the one object the host sees.
+//
+// The host drives it in this order, once, before serving calls:
+//   MoxModuleManager* manager = CSingleton<MoxModuleManager>::GetInstance();
+//   manager->Init(userCenter, httpMonitor, configCallback);  // registers the 7 modules
+//   manager->SetCallback(actionInterface);                   // before or after Create
+//   manager->Create();                                       // builds one worker per module
+// and then, once per script call from a page:
+//   manager->Exist(request)                        -> is the module (or "Module.method") known?
+//   manager->Execute(moduleName, request, answer)  -> (module registered, call handled)
+//
+// Execute writes the immediate answer into `answer`; the host reads it and
+// answers the page (or not, when the answer holds "NoNeedUnifyCallBack" or
+// "AsynExec"). Calls that finish later answer through callBackToWebPage
+// (moxh5/page_callback.h).
+//
+// Threads: Init, SetCallback, Create and Register are start-up calls and must
+// finish before the first Execute or Exist. After that the manager is only
+// read: Execute and Exist may run on any threads at once; the manager takes no
+// locks. Workers are held by shared pointers, so a worker lives as long as a
+// call that uses it.
+//
+// Lifetime: the manager is a function-local static inside the library,
+// destroyed when the library unloads. It never owns or releases the host's
+// interfaces.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <tuple>
+
+#include <json/value.h>
+
+#include "moxh5/export.h"
+#include "moxh5/host_interfaces.h"
+#include "moxh5/module_worker.h"
+#include "moxh5/records.h"
+
+// Process-wide singleton holder. GetInstance returns a pointer to a
+// function-local static, created on first use (thread-safe).
+template <typename T>
+class CSingleton {
+public:
+    static T* GetInstance();
+
+    CSingleton() = default;
+    CSingleton(const CSingleton&) = default;
+    CSingleton(CSingleton&&) noexcept = default;
+    CSingleton& operator=(const CSingleton&) = default;
+    CSingleton& operator=(CSingleton&&) noexcept = default;
+};
+
+template <typename T>
+T* CSingleton<T>::GetInstance() {
+    static T instance;
+    return &instance;
+}
+
+class MoxModuleManager;
+
+// The manager's instance lives inside the library: the host must reach that
+// one, not a copy of its own, so the accessor is defined in the library only.
+template <>
+MOXH5_API MoxModuleManager* CSingleton<MoxModuleManager>::GetInstance();
+
+class MOXH5_API MoxModuleManager {
+public:
+    // One registry entry: the registration record less its name, and the
+    // worker built by Create (empty until then).
+    struct ModuleEntry {
+        std::string name;
+        uint32_t reserved = 0;
+        std::string (*name_fn)() = nullptr;
+        std::shared_ptr<IModuleWorker> (*create_fn)() = nullptr;
+        bool (*execute_fn)(std::shared_ptr<IModuleWorker>, const mox_module_data*,
+                           Json::Value&) = nullptr;
+        bool (*exist_fn)(std::shared_ptr<IModuleWorker>, const std::string&) = nullptr;
+        std::shared_ptr<IModuleWorker> worker;
+    };
+    // Ordered by name; equal names coexist, the last registered serves.
+    using Registry = std::multimap<std::string, ModuleEntry>;
+
+    // Same as CSingleton<MoxModuleManager>::GetInstance().
+    static MoxModuleManager* GetInstance();
+
+    // Keeps the interfaces (not owned; either may be null) and the
+    // configuration callable, then registers the seven modules: "JSCallBasic",
+    // "JSDevice", "JSNetwork", "JSPhoto", "MMSSocket", "JSStorage",
+    // "JSCallNative".
+    void Init(IUserCenter* userCenter, IHttpBusinessMonitorCallBack* httpBizMonitor,
+              MoxConfigCallback configCallback);
+    // Installs the action interface (not owned; null uninstalls).
+    void SetCallback(IH5ActionImplCallBack* callback);
+
+    IH5ActionImplCallBack* GetCallback() const { return m_callback; }
+    IUserCenter* GetUserCenter() const { return m_userCenter; }
+    IHttpBusinessMonitorCallBack* GetHttpBizMonitor() const { return m_httpBizMonitor; }
+    // A copy; empty when Init was given none.
+    MoxConfigCallback GetConfigCallback() const { return m_configCallback; }
+
+    // Adds a module. An existing entry of the same name is kept; the new one is
+    // placed after it and serves from then on.
+    void Register(const mox_source_info_t& info);
+    // Builds the worker of every entry that has none yet. Always true.
+    bool Create();
+
+    // Runs one call on the module `name`. Returns (false, false) and leaves
+    // `answer` untouched when no module of that name is registered; otherwise
+    // (true, what the module's worker returned).
+    std::tuple<bool, bool> Execute(const std::string& name, const mox_module_data& data,
+                                   Json::Value& answer);
+    // Answers the page's "is it available?": payload params "name" is a module
+    // name, or "Module.method" (further ".parts" are ignored).
+    bool Exist(const mox_h5_module_data& data);
+
+    const Registry& Modules() const { return m_modules; }
+
+protected:
+    // Reached only through the singleton (and by test fixtures that need a
+    // fresh registry).
+    MoxModuleManager();
+    ~MoxModuleManager();
+    MoxModuleManager(const MoxModuleManager&) = delete;
+    MoxModuleManager& operator=(const MoxModuleManager&) = delete;
+
+private:
+    friend class CSingleton<MoxModuleManager>;
+
+    // The entry that serves `name` (the last registered), or null.
+    const ModuleEntry* FindModule(const std::string& name) const;
+
+    Registry m_modules;
+    IHttpBusinessMonitorCallBack* m_httpBizMonitor = nullptr;
+    IH5ActionImplCallBack* m_callback = nullptr;
+    IUserCenter* m_userCenter = nullptr;
+    MoxConfigCallback m_configCallback;
+};

@@ -1,0 +1,93 @@
+#include "core/detail/dispatch.h"
+
+#include "MoxLog.h"
+#include "WorkbenchReport.h"
+#include "core/detail/answer.h"
+#include "mox_json.h"
+
+namespace moxh5::detail {
+
+void LogFalseIn(const CallSite& site) {
+    CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
+                          "[MoxH5] false in %s %d", site.function, site.line);
+}
+
+bool ReadCallMethod(const mox_module_data* data, const CallSite& site, std::string& method) {
+    if (!data ||
+        !mox_json::GetJsonValueToString(data->payload, key::kMethod, method, site.function,
+                                        /*required=*/true, /*keep_default=*/false)) {
+        LogFalseIn(site);
+        return false;
+    }
+    return true;
+}
+
+bool RefuseUnknownMethod(const std::string& method, bool logIt, const CallSite& site,
+                         Json::Value& answer) {
+    if (logIt) {
+        CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
+                              "[MoxH5] Failed to find method %s", method.c_str());
+    }
+    answer[key::kMessage] = text::kInvalidMethod;
+    answer[key::kSupport] = false;
+    return false;
+}
+
+bool DispatchPlain(const PlainMethodMap& methods, const mox_module_data* data,
+                   Json::Value& answer, const CallSite& site, PlainDispatchRules rules) {
+    std::string method;
+    if (!ReadCallMethod(data, site, method)) return false;
+    if (rules.silenceRenderAnswers && !data->isWorker) answer[key::kNoNeedUnifyCallBack] = true;
+    if (const PlainHandler* handler = FindHandler(methods, method)) return (*handler)(data, answer);
+    return RefuseUnknownMethod(method, rules.logUnknownMethod, site, answer);
+}
+
+namespace {
+
+constexpr int64_t kNativeMethodReportId = 91936;
+
+void ReportNativeDispatch(const std::string& method, bool isWorker) {
+    WorkbenchReport report(kNativeMethodReportId);
+    report.SetTags(
+        {{"kv_metric", "h5_native"}, {"method", method}, {"worker", isWorker ? "1" : "0"}});
+    report.Report();
+}
+
+const PlainHandler* FindContextHandler(const ContextMethodMap& methods, const std::string& method,
+                                       bool isWorker) {
+    const auto it = methods.find(method);
+    if (it == methods.end()) return nullptr;
+    const PlainHandler& handler = it->second[isWorker ? 1 : 0];
+    return handler ? &handler : nullptr;
+}
+
+}  // namespace
+
+bool DispatchByContext(const ContextMethodMap& methods, const mox_module_data* data,
+                       Json::Value& answer, const CallSite& site) {
+    std::string method;
+    if (!ReadCallMethod(data, site, method)) return false;
+    answer[key::kNoNeedUnifyCallBack] = true;
+    const PlainHandler* handler = FindContextHandler(methods, method, data->isWorker);
+    if (!handler) return RefuseUnknownMethod(method, /*logIt=*/true, site, answer);
+    ReportNativeDispatch(method, data->isWorker);
+    return (*handler)(data, answer);
+}
+
+bool DispatchWithCompletion(const CompletionMethodMap& methods, const mox_module_data* data,
+                            const std::function<bool()>& completion, Json::Value& answer,
+                            const CallSite& site) {
+    std::string method;
+    if (!ReadCallMethod(data, site, method)) {
+        completion();
+        return true;
+    }
+    if (const CompletionHandler* handler = FindHandler(methods, method)) {
+        return (*handler)(data, completion, answer);
+    }
+    RefuseUnknownMethod(method, /*logIt=*/true, site, answer);
+    completion();
+    return false;
+}
+
+}  // namespace moxh5::detail

@@ -1,0 +1,114 @@
+#include "moxh5/module_manager.h"
+
+#include <utility>
+#include <vector>
+
+#include "core/detail/diagnostics.h"
+#include "core/detail/params.h"
+#include "modules/module_adapters.h"
+#include "mox_json.h"
+
+namespace {
+
+constexpr char kExistFunction[] = "MoxModuleManager::Exist";
+
+// Splits at '.', keeping empty parts, so that ".canIUse" names the module ""
+// (which is never registered) rather than "canIUse".
+std::vector<std::string> SplitAtPoints(const std::string& text) {
+    std::vector<std::string> parts;
+    size_t start = 0;
+    for (;;) {
+        const size_t point = text.find('.', start);
+        parts.push_back(text.substr(start, point - start));
+        if (point == std::string::npos) break;
+        start = point + 1;
+    }
+    return parts;
+}
+
+}  // namespace
+
+template <>
+MoxModuleManager* CSingleton<MoxModuleManager>::GetInstance() {
+    static MoxModuleManager instance;
+    return &instance;
+}
+
+MoxModuleManager* MoxModuleManager::GetInstance() {
+    return CSingleton<MoxModuleManager>::GetInstance();
+}
+
+MoxModuleManager::MoxModuleManager() = default;
+MoxModuleManager::~MoxModuleManager() = default;
+
+void MoxModuleManager::Init(IUserCenter* userCenter, IHttpBusinessMonitorCallBack* httpBizMonitor,
+                            MoxConfigCallback configCallback) {
+    m_userCenter = userCenter;
+    m_httpBizMonitor = httpBizMonitor;
+    m_configCallback = std::move(configCallback);
+    // The native module comes last on purpose: it is the largest and the
+    // other modules do not depend on it.
+    Register(h5_Basic_source_info());
+    Register(h5_Device_source_info());
+    Register(h5_Network_source_info());
+    Register(h5_Photo_source_info());
+    Register(h5_Socket_source_info());
+    Register(h5_Storage_source_info());
+    Register(h5_Native_source_info());
+}
+
+void MoxModuleManager::SetCallback(IH5ActionImplCallBack* callback) { m_callback = callback; }
+
+void MoxModuleManager::Register(const mox_source_info_t& info) {
+    ModuleEntry entry;
+    entry.name = info.name;
+    entry.reserved = info.reserved;
+    entry.name_fn = info.name_fn;
+    entry.create_fn = info.create_fn;
+    entry.execute_fn = info.execute_fn;
+    entry.exist_fn = info.exist_fn;
+    // multimap::emplace places an equal key after the existing ones.
+    m_modules.emplace(info.name, std::move(entry));
+}
+
+bool MoxModuleManager::Create() {
+    for (auto& [name, entry] : m_modules) {
+        if (!entry.worker && entry.create_fn) entry.worker = entry.create_fn();
+    }
+    return true;
+}
+
+const MoxModuleManager::ModuleEntry* MoxModuleManager::FindModule(const std::string& name) const {
+    const auto range = m_modules.equal_range(name);
+    if (range.first == range.second) return nullptr;
+    return &std::prev(range.second)->second;
+}
+
+std::tuple<bool, bool> MoxModuleManager::Execute(const std::string& name,
+                                                 const mox_module_data& data,
+                                                 Json::Value& answer) {
+    const ModuleEntry* entry = FindModule(name);
+    if (!entry) return {false, false};
+    if (!entry->execute_fn) return {true, false};
+    // The copy keeps the worker alive for the length of the call.
+    std::shared_ptr<IModuleWorker> worker = entry->worker;
+    return {true, entry->execute_fn(std::move(worker), &data, answer)};
+}
+
+bool MoxModuleManager::Exist(const mox_h5_module_data& data) {
+    const Json::Value* params = moxh5::detail::FindCallParams(data.payload);
+    if (!params) {
+        MOX_LOG_FALSE_IN(kExistFunction);
+        return false;
+    }
+    std::string name;
+    if (!mox_json::GetJsonValueToString(*params, "name", name, kExistFunction, true, false)) {
+        MOX_LOG_FALSE_IN(kExistFunction);
+        return false;
+    }
+    const std::vector<std::string> parts = SplitAtPoints(name);
+    const ModuleEntry* entry = FindModule(parts[0]);
+    if (!entry) return false;
+    if (parts.size() == 1) return true;
+    return entry->exist_fn && entry->exist_fn(entry->worker, parts[1]);
+}

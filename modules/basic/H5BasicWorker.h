@@ -1,0 +1,24 @@
+// Worker of the module "JSCallBasic": what every page needs first.
+//   "canIUse" - whether a module ("JSStorage") or a module's method
+//               ("JSStorage.setPasteboard") exists; the answer is the call's
+//               result, `answer` stays untouched.
+//   "setLog"  - writes params "content" into the host's log at the level named
+//               by params "logLevel" ("debug", "info", "notice", "warning",
+//               "error", "critical", "alert"; exact, case-sensitive).
+#pragma once
+
+#include "core/detail/dispatch.h"
+#include "moxh5/module_worker.h"
+
+class H5BasicWorker : public IModuleWorker {
+public:
+    H5BasicWorker();
+    bool Execute(const mox_module_data* data, Json::Value& answer) override;
+    bool Exist(const std::string& method) override;
+
+    static bool canIUse(const mox_h5_module_data* data, Json::Value& answer);
+    static bool setLog(const mox_h5_module_data* data, Json::Value& answer);
+
+private:
+    moxh5::detail::PlainMethodMap m_methods;
+};

@@ -1,0 +1,5 @@
+#include "core/detail/adapters.h"
+#include "modules/basic/H5BasicWorker.h"
+#include "modules/module_adapters.h"
+
+MOX_DEFINE_MODULE_ADAPTERS(Basic, H5BasicWorker, "JSCallBasic")

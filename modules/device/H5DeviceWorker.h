@@ -1,0 +1,17 @@
+// Worker of the module "JSDevice": OS version, bitness and screen size, and the screen-capture watch.
+// Its method table is filled as its methods are built; until then every
+// method is answered "Invalid method.".
+#pragma once
+
+#include "core/detail/dispatch.h"
+#include "moxh5/module_worker.h"
+
+class H5DeviceWorker : public IModuleWorker {
+public:
+    H5DeviceWorker();
+    bool Execute(const mox_module_data* data, Json::Value& answer) override;
+    bool Exist(const std::string& method) override;
+
+private:
+    moxh5::detail::PlainMethodMap m_methods;
+};

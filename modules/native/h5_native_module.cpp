@@ -1,0 +1,5 @@
+#include "core/detail/adapters.h"
+#include "modules/module_adapters.h"
+#include "modules/native/H5NativeWorker.h"
+
+MOX_DEFINE_MODULE_ADAPTERS(Native, H5NativeWorker, "JSCallNative")

@@ -1,0 +1,5 @@
+#include "core/detail/adapters.h"
+#include "modules/module_adapters.h"
+#include "modules/storage/H5StorageWorker.h"
+
+MOX_DEFINE_MODULE_ADAPTERS(Storage, H5StorageWorker, "JSStorage")

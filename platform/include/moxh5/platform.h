@@ -1,0 +1,30 @@
+// The operating-system layer: every OS call MOXH5 makes goes through here.
+//
+// One header, two implementations with mirror file names: platform/win32/
+// (Win32 API) and platform/posix/ (Linux and other POSIX systems). The build
+// picks one; no other code tests for the platform.
+//
+// Wide strings are in the platform's wide encoding: UTF-16 where wchar_t is
+// 16-bit (Windows), UTF-32 where it is 32-bit (Linux). Conversions never
+// throw; invalid input sequences become U+FFFD.
+//
+// Threads: every function may be called from any thread.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace moxh5::platform {
+
+std::wstring Utf8ToWide(std::string_view utf8);
+std::string WideToUtf8(std::wstring_view wide);
+
+// The value of an environment variable, or nullopt when it is unset. At most
+// maxChars characters are returned (longer values are cut).
+std::optional<std::string> GetEnvironmentText(const std::string& name, size_t maxChars);
+
+uint32_t CurrentProcessId();
+
+}  // namespace moxh5::platform

@@ -1,0 +1,105 @@
+// Tests of the module "JSCallBasic" through the process-wide manager.
+#include <gtest/gtest.h>
+
+#include "tests/fakes/bridge_fixture.h"
+#include "tests/fakes/capture_sinks.h"
+
+namespace moxh5::test {
+namespace {
+
+std::tuple<bool, bool> RunBasic(const mox_h5_module_data& call, Json::Value& answer) {
+    return ReadySingleton().Execute("JSCallBasic", call, answer);
+}
+
+// Test that canIUse answers through the call's result and leaves the answer alone.
+TEST(BasicModule, CanIUseAnswersThroughTheResult) {
+    const struct {
+        const char* params;
+        bool available;
+    } cases[] = {
+        {R"({"name":"JSStorage"})", true},
+        {R"({"name":"JSStorage.noSuchMethod"})", false},
+        {R"({"name":"JSCallBasic.setLog"})", true},
+        {R"({"name":"JSNothing"})", false},
+        {R"({})", false},
+        {R"({"name":null})", false},
+    };
+    for (const auto& c : cases) {
+        Json::Value answer(Json::objectValue);
+        EXPECT_EQ(RunBasic(MakeCall("canIUse", ParseJson(c.params)), answer), std::make_tuple(true, c.available))
+            << c.params;
+        EXPECT_EQ(answer, Json::Value(Json::objectValue)) << c.params;
+    }
+}
+
+// Test setLog's levels, refusals and their distinct texts.
+TEST(BasicModule, SetLogWritesKnownLevelsAndRefusesTheRest) {
+    const struct {
+        const char* params;
+        bool logged;
+        int priority;
+        const char* message;  // null: answer untouched
+    } cases[] = {
+        {R"({"content":"hi","logLevel":"debug"})", true, 700, nullptr},
+        {R"({"content":"hi","logLevel":"info"})", true, 600, nullptr},
+        {R"({"content":"hi","logLevel":"notice"})", true, 500, nullptr},
+        {R"({"content":"hi","logLevel":"warning"})", true, 400, nullptr},
+        {R"({"content":"hi","logLevel":"error"})", true, 300, nullptr},
+        {R"({"content":"hi","logLevel":"critical"})", true, 200, nullptr},
+        {R"({"content":"hi","logLevel":"alert"})", true, 100, nullptr},
+        {R"({"content":"hi","logLevel":"Error"})", false, 0, "Invalid param."},
+        {R"({"content":"hi","logLevel":"verbose"})", false, 0, "Invalid param."},
+        {R"({"content":"hi","logLevel":""})", false, 0, "Invalid param."},
+        {R"({"content":"hi"})", false, 0, "Invalid param."},
+        {R"({"content":"","logLevel":"info"})", false, 0, "Invalid param."},
+        {R"({"content":5,"logLevel":"info"})", false, 0, "Invalid param."},
+        {R"("content")", false, 0, "Invalid params."},
+        {R"([{"content":"hi","logLevel":"info"}])", false, 0, "Invalid params."},
+    };
+    for (const auto& c : cases) {
+        ScopedLogCapture log;
+        Json::Value answer(Json::objectValue);
+        EXPECT_EQ(RunBasic(MakeCall("setLog", ParseJson(c.params)), answer), std::make_tuple(true, c.logged))
+            << c.params;
+        const auto lines = log->Matching("[MoxH5] hi");
+        if (c.logged) {
+            ASSERT_EQ(lines.size(), 1u) << c.params;
+            EXPECT_EQ(lines[0].text, "[MoxH5] hi");
+            EXPECT_EQ(lines[0].priority, c.priority);
+            EXPECT_EQ(lines[0].function, "H5BasicWorker::setLog");
+            EXPECT_EQ(answer, Json::Value(Json::objectValue));
+        } else {
+            EXPECT_TRUE(lines.empty()) << c.params;
+            EXPECT_EQ(answer, ParseJson(std::string(R"({"message":")") + c.message + "\"}")) << c.params;
+        }
+    }
+}
+
+// Test that the request trace is written, with the whole payload, only when info is on.
+TEST(BasicModule, SetLogTraceFollowsTheLogLevel) {
+    const mox_h5_module_data call = MakeCall("setLog", ParseJson(R"({"content":"x","logLevel":"alert"})"));
+    {
+        ScopedLogCapture log(LOG_PRIORITY_INFO);
+        Json::Value answer;
+        RunBasic(call, answer);
+        const auto trace = log->Matching("[MoxH5] Web req SetLog content: ");
+        ASSERT_EQ(trace.size(), 1u);
+        EXPECT_NE(trace[0].text.find("\"logLevel\" : \"alert\""), std::string::npos) << trace[0].text;
+    }
+    ScopedLogCapture quiet(LOG_PRIORITY_WARNING);
+    Json::Value answer;
+    RunBasic(call, answer);
+    EXPECT_FALSE(quiet->Contains("Web req SetLog"));
+    EXPECT_TRUE(quiet->Contains("[MoxH5] x"));
+}
+
+// Test that method names are matched exactly.
+TEST(BasicModule, MethodNamesAreCaseSensitive) {
+    Json::Value answer;
+    EXPECT_EQ(RunBasic(MakeCall("CanIUse", ParseJson(R"({"name":"JSStorage"})")), answer),
+              std::make_tuple(true, false));
+    EXPECT_EQ(answer, ParseJson(R"({"message":"Invalid method.","support":false})"));
+}
+
+}  // namespace
+}  // namespace moxh5::test

@@ -1,0 +1,43 @@
+#include "tests/fakes/bridge_fixture.h"
+
+#include <memory>
+
+#include <gtest/gtest.h>
+#include <json/reader.h>
+
+namespace moxh5::test {
+
+MoxModuleManager& ReadySingleton() {
+    static MoxModuleManager* manager = [] {
+        MoxModuleManager* m = MoxModuleManager::GetInstance();
+        m->Init(nullptr, nullptr, MoxConfigCallback());
+        m->Create();
+        return m;
+    }();
+    return *manager;
+}
+
+mox_h5_module_data MakeCall(const std::string& method, const Json::Value& params, bool isWorker,
+                            const std::string& callbackid) {
+    mox_h5_module_data call;
+    call.mallcsid = "mall-1|cs-1";
+    call.payload["method"] = method;
+    call.payload["params"] = params;
+    call.isWorker = isWorker;
+    call.webindex = 7;
+    call.callbackid = callbackid;
+    call.workerid = isWorker ? "worker-9" : nullptr;
+    return call;
+}
+
+Json::Value ParseJson(const std::string& text) {
+    Json::CharReaderBuilder builder;
+    std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    Json::Value value;
+    std::string errors;
+    EXPECT_TRUE(reader->parse(text.data(), text.data() + text.size(), &value, &errors))
+        << errors << " in " << text;
+    return value;
+}
+
+}  // namespace moxh5::test

@@ -1,0 +1,48 @@
+// Shared helpers for tests that drive the bridge.
+#pragma once
+
+#include <string>
+
+#include <json/value.h>
+
+#include "moxh5/module_manager.h"
+#include "tests/fakes/recording_host.h"
+
+namespace moxh5::test {
+
+// A manager of its own, with an empty registry, for tests that must not touch
+// the process-wide one.
+class TestManager : public MoxModuleManager {
+public:
+    TestManager() = default;
+    ~TestManager() = default;
+};
+
+// Installs `host` as the singleton's action interface for the lifetime of the
+// object and restores the previous one after.
+class ScopedActionInterface {
+public:
+    explicit ScopedActionInterface(IH5ActionImplCallBack* host)
+        : m_previous(MoxModuleManager::GetInstance()->GetCallback()) {
+        MoxModuleManager::GetInstance()->SetCallback(host);
+    }
+    ~ScopedActionInterface() { MoxModuleManager::GetInstance()->SetCallback(m_previous); }
+    ScopedActionInterface(const ScopedActionInterface&) = delete;
+    ScopedActionInterface& operator=(const ScopedActionInterface&) = delete;
+
+private:
+    IH5ActionImplCallBack* m_previous;
+};
+
+// The process-wide manager after Init and Create, done once per test program
+// (Init registers the modules again each time it runs).
+MoxModuleManager& ReadySingleton();
+
+// A script call: payload {"method": method, "params": params}.
+mox_h5_module_data MakeCall(const std::string& method, const Json::Value& params = Json::objectValue,
+                            bool isWorker = false, const std::string& callbackid = "cb-1");
+
+// Parses JSON text; fails the calling test on malformed text.
+Json::Value ParseJson(const std::string& text);
+
+}  // namespace moxh5::test

@@ -1,0 +1,166 @@
+// Tests of the host-library stand-ins: log lines, sinks, reports, JSON getters
+// and business access.
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "MoxBizAccess.h"
+#include "mox_json.h"
+#include "tests/fakes/bridge_fixture.h"
+#include "tests/fakes/capture_sinks.h"
+
+namespace moxh5::test {
+namespace {
+
+// Test that a line carries priority, base file name, line, function and text.
+TEST(HostLog, LinesCarryTheirPartsWithTheFileCutToItsBaseName) {
+    ScopedLogCapture log;
+    CMoxLog::MoxLogFormat(300, "C:\\src\\modules\\H5NativeWorker.cpp", 42, "H5NativeWorker::Execute",
+                          "[MoxH5] false in %s %d", "H5NativeWorker::Execute", 42);
+    CMoxLog::MoxLog(600, "/src/core/page_callback.cpp", 7, "f", "plain %s text");
+    CMoxLog::MoxLogFormatW(400, L"D:\\x\\wide.cpp", 9, L"W::f", L"%ls %d", L"\u63D0\u793A", 5);
+    const auto records = log->Records();
+    ASSERT_EQ(records.size(), 3u);
+    EXPECT_EQ(records[0].priority, 300);
+    EXPECT_EQ(records[0].file, "H5NativeWorker.cpp");
+    EXPECT_EQ(records[0].line, 42);
+    EXPECT_EQ(records[0].function, "H5NativeWorker::Execute");
+    EXPECT_EQ(records[0].text, "[MoxH5] false in H5NativeWorker::Execute 42");
+    EXPECT_EQ(records[1].file, "page_callback.cpp");
+    EXPECT_EQ(records[1].text, "plain %s text");  // MoxLog writes its text as it stands
+    EXPECT_EQ(records[2].file, "wide.cpp");
+    EXPECT_EQ(records[2].function, "W::f");
+    EXPECT_EQ(records[2].text, "\xE6\x8F\x90\xE7\xA4\xBA 5");
+}
+
+// Test that a sink's level drops less urgent lines, and that the default is warning.
+TEST(HostLog, SinkLevelDecidesWhichLinesAreKept) {
+    {
+        ScopedLogCapture log(LOG_PRIORITY_WARNING);
+        EXPECT_TRUE(CMoxLog::IsEnabled(400));
+        EXPECT_FALSE(CMoxLog::IsEnabled(500));
+        CMoxLog::MoxLog(500, "f", 1, "f", "dropped");
+        CMoxLog::MoxLog(100, "f", 1, "f", "kept");
+        ASSERT_EQ(log->Records().size(), 1u);
+        EXPECT_EQ(log->Records()[0].text, "kept");
+    }
+    const std::shared_ptr<IMoxLogSink> previous = CMoxLog::SetSink(nullptr);  // the default
+    EXPECT_TRUE(CMoxLog::IsEnabled(LOG_PRIORITY_WARNING));
+    EXPECT_FALSE(CMoxLog::IsEnabled(LOG_PRIORITY_NOTICE));
+    CMoxLog::SetSink(previous);
+}
+
+// Test that long lines are written whole.
+TEST(HostLog, LongLinesAreNotCut) {
+    ScopedLogCapture log;
+    const std::string big(100000, 'x');
+    CMoxLog::MoxLogFormat(300, "f", 1, "f", "%s", big.c_str());
+    const std::wstring wideBig(5000, L'y');
+    CMoxLog::MoxLogFormatW(300, L"f", 1, L"f", L"%ls", wideBig.c_str());
+    ASSERT_EQ(log->Records().size(), 2u);
+    EXPECT_EQ(log->Records()[0].text, big);
+    EXPECT_EQ(log->Records()[1].text, std::string(5000, 'y'));
+}
+
+// Test that lines from many threads all arrive while the sink is swapped.
+TEST(HostLog, ConcurrentLinesAllReachTheSink) {
+    ScopedLogCapture log;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([] {
+            for (int i = 0; i < 500; ++i) CMoxLog::MoxLogFormat(300, "f", i, "f", "line %d", i);
+        });
+    }
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(log->Records().size(), 2000u);
+}
+
+// Test that a report reaches the sink with its id, tags and counters.
+TEST(HostReport, ReportsReachTheInstalledSink) {
+    ScopedReportCapture reports;
+    WorkbenchReport report(70332);
+    report.SetTags({{"kv_metric", "refine_json_wrong"}, {"caller", "x"}});
+    report.SetCounter("kv_count", 1);
+    report.Report();
+    ASSERT_EQ(reports->Reports().size(), 1u);
+    const WorkbenchReportRecord r = reports->Reports()[0];
+    EXPECT_EQ(r.id, 70332);
+    EXPECT_EQ(r.tags.at("kv_metric"), "refine_json_wrong");
+    EXPECT_EQ(r.tags.at("caller"), "x");
+    EXPECT_EQ(r.counters.at("kv_count"), 1);
+}
+
+// Test that the default report sink shows reports as debug lines.
+TEST(HostReport, DefaultSinkWritesDebugLines) {
+    const std::shared_ptr<IReportSink> previous = WorkbenchReport::SetSink(nullptr);
+    ScopedLogCapture log;
+    WorkbenchReport report(91936);
+    report.SetTag("method", "showToast");
+    report.Report();
+    WorkbenchReport::SetSink(previous);
+    const auto lines = log->Matching("report 91936");
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].priority, LOG_PRIORITY_DEBUG);
+    EXPECT_NE(lines[0].text.find("method=showToast"), std::string::npos);
+}
+
+// Test the value-returning getters: value, or zero for absent, mistyped or non-object input.
+TEST(HostJson, ValueGettersReturnTheValueOrZero) {
+    const Json::Value obj = ParseJson(
+        R"({"s":"\u63d0\u793a","i":-7,"d":3.0,"f":2.5,"big":5000000000,"b":true,"n":null,"a":[1]})");
+    const std::string c = "caller";
+    EXPECT_EQ(mox_json::GetJsonValueToString(obj, "s", c), "\xE6\x8F\x90\xE7\xA4\xBA");
+    EXPECT_EQ(mox_json::GetJsonValueToString(obj, "i", c), "");
+    EXPECT_EQ(mox_json::GetJsonValueToString(obj, "missing", c), "");
+    EXPECT_EQ(mox_json::GetJsonValueToInt(obj, "i", c), -7);
+    EXPECT_EQ(mox_json::GetJsonValueToInt(obj, "d", c), 3);
+    EXPECT_EQ(mox_json::GetJsonValueToInt(obj, "f", c), 0);
+    EXPECT_EQ(mox_json::GetJsonValueToInt(obj, "big", c), 0);
+    EXPECT_EQ(mox_json::GetJsonValueToInt(obj, "s", c), 0);
+    EXPECT_EQ(mox_json::GetJsonValueToInt64(obj, "big", c), 5000000000LL);
+    EXPECT_TRUE(mox_json::GetJsonValueToBool(obj, "b", c));
+    EXPECT_FALSE(mox_json::GetJsonValueToBool(obj, "i", c));
+    EXPECT_EQ(mox_json::GetJsonValueToUtf8WString(obj, "s", c), L"\u63D0\u793A");
+    for (const char* notObject : {"[1,2]", "\"text\"", "null", "12"}) {
+        const Json::Value v = ParseJson(notObject);
+        EXPECT_EQ(mox_json::GetJsonValueToString(v, "s", c), "") << notObject;
+        EXPECT_EQ(mox_json::GetJsonValueToInt(v, "i", c), 0) << notObject;
+        EXPECT_FALSE(mox_json::GetJsonValueToBool(v, "b", c)) << notObject;
+    }
+}
+
+// Test the out-argument getters' flags: required logs, keep_default accepts absence.
+TEST(HostJson, OutGettersFollowTheirFlags) {
+    const Json::Value obj = ParseJson(R"({"s":"v","i":"not a number"})");
+    ScopedLogCapture log;
+    std::string s = "old";
+    EXPECT_TRUE(mox_json::GetJsonValueToString(obj, "s", s, "C::f", true, false));
+    EXPECT_EQ(s, "v");
+    s = "old";
+    EXPECT_FALSE(mox_json::GetJsonValueToString(obj, "missing", s, "C::f", true, false));
+    EXPECT_EQ(s, "old");
+    EXPECT_TRUE(mox_json::GetJsonValueToString(obj, "missing", s, "C::f", false, true));
+    EXPECT_EQ(s, "old");
+    int i = 9;
+    EXPECT_FALSE(mox_json::GetJsonValueToInt(obj, "i", i, "C::f", true, true));  // mistyped is never a default
+    EXPECT_EQ(i, 9);
+    EXPECT_FALSE(mox_json::GetJsonValueToInt(obj, "missing", i, "C::f", false, false));
+    const auto lines = log->Records();
+    ASSERT_EQ(lines.size(), 2u) << "only the required misses are logged";
+    EXPECT_EQ(lines[0].priority, LOG_PRIORITY_WARNING);
+    EXPECT_NE(lines[0].text.find("C::f"), std::string::npos);
+    EXPECT_NE(lines[1].text.find("\"i\""), std::string::npos);
+}
+
+// Test that business access hands out the installed clipboard helper.
+TEST(HostBizAccess, HandsOutTheInstalledClipboardHelper) {
+    CClipBoardHelper* previous = SingletonBizAcs::GetCClipBoardHelper();
+    int storage = 0;
+    auto* helper = reinterpret_cast<CClipBoardHelper*>(&storage);
+    SingletonBizAcs::SetCClipBoardHelper(helper);
+    EXPECT_EQ(SingletonBizAcs::GetCClipBoardHelper(), helper);
+    SingletonBizAcs::SetCClipBoardHelper(previous);
+}
+
+}  // namespace
+}  // namespace moxh5::test

@@ -1,0 +1,146 @@
+// Tests of the unified callback: routing, silencing flags and the envelope.
+#include <gtest/gtest.h>
+
+#include "moxh5/page_callback.h"
+#include "tests/fakes/bridge_fixture.h"
+#include "tests/fakes/capture_sinks.h"
+
+namespace moxh5::test {
+namespace {
+
+class PageCallbackTest : public ::testing::Test {
+protected:
+    RecordingHost host;
+    ScopedActionInterface installed{&host};
+
+    // Delivers `answer` and returns the envelope the host received, or null
+    // when no page callback was made.
+    Json::Value Deliver(bool isWorker, bool success, const Json::Value& answer,
+                        const std::string& callbackid = "cb-7") {
+        host.ClearCalls();
+        callBackToWebPage(isWorker, success, 3, "mall|cs", callbackid, "w-1", answer);
+        const auto calls = host.CallsOf(isWorker ? "WorkerJsCallback" : "RenderJsCallback");
+        EXPECT_LE(calls.size(), 1u);
+        EXPECT_EQ(host.Calls().size(), calls.size()) << "only the page's own kind is called";
+        return calls.empty() ? Json::Value() : ParseJson(calls[0].args["data"].asString());
+    }
+};
+
+// Test the envelope: "success" always overwritten, "message" and "data" only when absent.
+TEST_F(PageCallbackTest, EnvelopeOverwritesSuccessAndFillsOnlyMissingMembers) {
+    const struct {
+        bool success;
+        const char* answer;
+        const char* envelope;
+    } cases[] = {
+        {true, R"({"data":{"k":1}})", R"({"success":true,"message":"success","data":{"k":1}})"},
+        {false, R"({"success":true,"message":"mine"})", R"({"success":false,"message":"mine","data":null})"},
+        {false, "null", R"({"success":false,"message":"failed","data":null})"},
+        {true, "{}", R"({"success":true,"message":"success","data":null})"},
+        {true, R"({"data":null,"extra":[1,2],"NoNeedUnifyCallBack":false,"AsynExec":false})",
+         R"({"success":true,"message":"success","data":null,"extra":[1,2],"NoNeedUnifyCallBack":false,"AsynExec":false})"},
+        {true, R"({"message":""})", R"({"success":true,"message":"","data":null})"},
+    };
+    for (const auto& c : cases) {
+        for (bool isWorker : {false, true}) {
+            EXPECT_EQ(Deliver(isWorker, c.success, ParseJson(c.answer)), ParseJson(c.envelope))
+                << c.answer << " worker=" << isWorker;
+        }
+    }
+}
+
+// Test which flags silence which page kind.
+TEST_F(PageCallbackTest, NoNeedUnifyCallBackSilencesRenderPagesOnlyAndAsynExecBoth) {
+    const struct {
+        const char* answer;
+        bool renderCalled;
+        bool workerCalled;
+    } cases[] = {
+        {R"({"NoNeedUnifyCallBack":true})", false, true},
+        {R"({"AsynExec":true})", false, false},
+        {R"({"NoNeedUnifyCallBack":"true"})", true, true},  // only a boolean true counts
+        {R"({"AsynExec":1})", true, true},
+        {"[1]", false, false},                               // no envelope for an array
+        {R"("text")", false, false},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(!Deliver(false, true, ParseJson(c.answer)).isNull(), c.renderCalled) << c.answer;
+        EXPECT_EQ(!Deliver(true, true, ParseJson(c.answer)).isNull(), c.workerCalled) << c.answer;
+    }
+}
+
+// Test that the host receives the page's identity with the envelope.
+TEST_F(PageCallbackTest, HostReceivesSessionIndexAndCallbackId) {
+    EXPECT_TRUE(callBackToWebPage(false, true, 3, "mall|cs", "cb-7", "", Json::Value()));
+    EXPECT_TRUE(callBackToWebPage(true, true, 4, "mall|cs2", "cb-8", "w-1", Json::Value()));
+    const auto render = host.CallsOf("RenderJsCallback");
+    const auto worker = host.CallsOf("WorkerJsCallback");
+    ASSERT_EQ(render.size(), 1u);
+    ASSERT_EQ(worker.size(), 1u);
+    EXPECT_EQ(render[0].args["mallcsid"], "mall|cs");
+    EXPECT_EQ(render[0].args["webindex"], 3);
+    EXPECT_EQ(render[0].args["callId"], "cb-7");
+    EXPECT_EQ(worker[0].args["mallcsid"], "mall|cs2");
+    EXPECT_EQ(worker[0].args["webindex"], 4);
+    EXPECT_EQ(worker[0].args["callbackid"], "cb-8");
+}
+
+// Test that an empty callback id makes no callback and says why.
+TEST_F(PageCallbackTest, EmptyCallbackIdMakesNoCallback) {
+    ScopedLogCapture log;
+    EXPECT_FALSE(callBackToWebPage(false, true, 3, "m", "", "", Json::Value()));
+    EXPECT_FALSE(callBackToWebPage(true, true, 3, "m", "", "w", Json::Value()));
+    EXPECT_TRUE(host.Calls().empty());
+    EXPECT_EQ(log->Matching("[MoxH5] Callbackid is empty, no need callback.").size(), 2u);
+}
+
+// Test that a silenced or malformed answer writes its own line, or none for non-objects.
+TEST_F(PageCallbackTest, SkippedDeliveriesLogTheirReason) {
+    ScopedLogCapture log;
+    Deliver(false, true, ParseJson(R"({"NoNeedUnifyCallBack":true})"));
+    Deliver(false, true, ParseJson(R"({"AsynExec":true})"));
+    Deliver(true, true, ParseJson(R"({"AsynExec":true})"));
+    EXPECT_TRUE(log->Contains("[MoxH5] Render NoNeedUnifyCallBack mallcsid[mall|cs] webindex[3], callId[cb-7], return."));
+    EXPECT_TRUE(log->Contains("[MoxH5] Render JsAsyncCallback mallcsid[mall|cs] webindex[3], callId[cb-7], return."));
+    EXPECT_TRUE(log->Contains("[MoxH5] Worker JsAsyncCallback mallcsid[mall|cs] webindex[3] workerid[w-1], callbackid[cb-7], return."));
+    log->Clear();
+    Deliver(false, true, ParseJson("[1,2]"));
+    Deliver(true, true, ParseJson("\"s\""));
+    EXPECT_TRUE(log->Records().empty());
+}
+
+// Test the direct render path's own empty-id guard.
+TEST_F(PageCallbackTest, RenderPathRefusesEmptyCallId) {
+    ScopedLogCapture log;
+    doCallBackToRender(&host, true, 1, "m", "", Json::Value());
+    EXPECT_TRUE(host.Calls().empty());
+    EXPECT_TRUE(log->Contains("[MoxH5] CallId is empty, no need callback."));
+}
+
+// Test that without an action interface nothing is delivered.
+TEST(PageCallback, WithoutActionInterfaceNothingIsDelivered) {
+    ScopedActionInterface none(nullptr);
+    ScopedLogCapture log;
+    EXPECT_FALSE(callBackToWebPage(false, true, 1, "m", "cb", "", Json::Value()));
+    const auto lines = log->Matching("check failed");
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].text, "MoxModuleManager::GetInstance()->GetCallback() check failed");
+    EXPECT_EQ(lines[0].priority, LOG_PRIORITY_ERROR);
+}
+
+// Test that a saved page identity answers the same page as the request.
+TEST_F(PageCallbackTest, SavedPageIdentityAnswersTheRequestingPage) {
+    mox_h5_module_data call = MakeCall("m", Json::objectValue, true, "cb-9");
+    const MoxPageIdentity page = PageIdentityOf(call);
+    call = mox_h5_module_data{};  // the request is gone
+    EXPECT_TRUE(AnswerPage(page, true, ParseJson(R"({"data":1})")));
+    const auto worker = host.CallsOf("WorkerJsCallback");
+    ASSERT_EQ(worker.size(), 1u);
+    EXPECT_EQ(worker[0].args["callbackid"], "cb-9");
+    EXPECT_EQ(worker[0].args["webindex"], 7);
+    EXPECT_EQ(worker[0].args["mallcsid"], "mall-1|cs-1");
+    EXPECT_EQ(page.workerid, "worker-9");
+}
+
+}  // namespace
+}  // namespace moxh5::test
