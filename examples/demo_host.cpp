@@ -163,7 +163,7 @@ int main() {
     // Work that finishes later answers through the unified callback.
     std::printf("host completes earlier work for a worker page:\n");
     Json::Value data;
-    data["data"]["path"] = "C:\\\\Users\\\\demo\\\\report.xlsx";
+    data["data"]["path"] = "C:\\Users\\demo\\report.xlsx";
     callBackToWebPage(true, true, 1, "demo-mall|demo-cs", "cb-saveFile", "demo-worker", data);
     return 0;
 }
