@@ -1,0 +1,119 @@
+#!/usr/bin/env bash
+# Runs a Windows program under Wine and exits with the program's exit code.
+# Used as CMAKE_CROSSCOMPILING_EMULATOR, so CTest, gtest discovery and try_run
+# can execute cross-built .exe files.
+#
+#   wine-run.sh PROGRAM.exe [ARGS...]
+#   wine-run.sh --init          create the Wine prefix if needed, then exit
+#
+# Environment:
+#   WINEPREFIX   Wine prefix to use; default $HOME/.wine-moxh5 (or, without a
+#                usable HOME, ${TMPDIR:-/tmp}/wine-moxh5-<uid>).
+#   WINEDEBUG    default -all (no Wine diagnostics mixed into test output).
+#   WINEPATH     extra Windows-side directories searched for DLLs.
+#   MOXH5_WINE   Wine loader to use instead of the automatic choice.
+# Works without DISPLAY for console programs; set DISPLAY (e.g. an Xvfb) for
+# programs that need a window station with a real display.
+set -uo pipefail
+
+die() { printf 'wine-run.sh: %s\n' "$*" >&2; exit 127; }
+
+[ $# -ge 1 ] || die "usage: wine-run.sh PROGRAM.exe [ARGS...] | --init"
+
+# PE machine type of a file: prints 8664 (x86_64), 14c (i386) or nothing.
+pe_machine() {
+  local off
+  off=$(od -An -t u4 -j 60 -N 4 "$1" 2>/dev/null | tr -d ' ') || return 0
+  [ -n "$off" ] || return 0
+  od -An -t x2 -j $((off + 4)) -N 2 "$1" 2>/dev/null | tr -d ' '
+}
+
+# Choose the loader: a 64-bit program prefers wine64, a 32-bit one needs the
+# 'wine' front end (which needs Wine's 32-bit side to be installed).
+pick_wine() {
+  if [ -n "${MOXH5_WINE:-}" ]; then printf '%s\n' "$MOXH5_WINE"; return; fi
+  local machine=""
+  [ "$1" != "--init" ] && [ -f "$1" ] && machine=$(pe_machine "$1")
+  if [ "$machine" != "14c" ] && command -v wine64 >/dev/null 2>&1; then
+    command -v wine64
+  elif command -v wine >/dev/null 2>&1; then
+    command -v wine
+  elif command -v wine64 >/dev/null 2>&1; then
+    command -v wine64
+  else
+    die "Wine is not installed (run tools/setup.sh)"
+  fi
+}
+
+WINE_BIN=$(pick_wine "$1") || exit 127
+
+if [ -z "${WINEPREFIX:-}" ]; then
+  if [ -n "${HOME:-}" ] && [ -d "$HOME" ] && [ -w "$HOME" ]; then
+    WINEPREFIX="$HOME/.wine-moxh5"
+  else
+    WINEPREFIX="${TMPDIR:-/tmp}/wine-moxh5-$(id -u)"
+  fi
+fi
+export WINEPREFIX
+export WINEDEBUG="${WINEDEBUG:--all}"
+# No Mono / Gecko install prompts: those components are simply disabled.
+export WINEDLLOVERRIDES="${WINEDLLOVERRIDES:-mscoree,mshtml=}"
+
+ready="$WINEPREFIX/.moxh5-ready"
+
+init_prefix() {
+  local parent lock log
+  parent=$(dirname "$WINEPREFIX")
+  mkdir -p "$parent" || die "cannot create $parent"
+  lock="$WINEPREFIX.lock"
+  log="$WINEPREFIX.init.log"
+  # One process initialises the prefix; parallel test runs wait for it.
+  exec 9>"$lock" || die "cannot open $lock"
+  flock 9 || die "cannot lock $lock"
+  if [ ! -e "$ready" ]; then
+    # Also completes a prefix left half-made by an interrupted first start, or
+    # adopts an existing prefix given in WINEPREFIX (wineboot -i keeps its data).
+    printf 'wine-run.sh: initialising Wine prefix %s (first start only)\n' "$WINEPREFIX" >&2
+    if ! (
+        unset DISPLAY WAYLAND_DISPLAY
+        # A 64-bit prefix runs 64-bit and (with Wine's 32-bit side) 32-bit programs.
+        if [ -z "${WINEARCH:-}" ] && { command -v wine64 >/dev/null 2>&1 || [ -x /usr/lib/wine/wine64 ]; }; then
+          export WINEARCH=win64
+        fi
+        "$WINE_BIN" wineboot.exe -i && wineserver_wait
+      ) >"$log" 2>&1; then
+      flock -u 9
+      die "could not create Wine prefix $WINEPREFIX (see $log)"
+    fi
+    touch "$ready"
+  fi
+  flock -u 9
+  exec 9>&-
+}
+
+# Waits until the prefix's wineserver has finished the start-up work, so that
+# the registry is complete on disk before the prefix is marked ready.
+wineserver_wait() {
+  local server
+  server=$(command -v wineserver 2>/dev/null || true)
+  [ -n "$server" ] || server=$(dirname "$WINE_BIN")/wineserver
+  if [ -x "$server" ]; then "$server" -w; fi
+  return 0
+}
+
+[ -e "$ready" ] || init_prefix
+
+if [ "$1" = "--init" ]; then
+  exit 0
+fi
+
+# Wine's background processes (wineserver, services.exe, winedevice.exe, ...)
+# are started by the first Wine program of a session and inherit its stdout and
+# stderr. Under CTest they would hold the test's output pipes open until Wine
+# shuts down, adding seconds to every test. Start them here, detached from our
+# output; the program below then joins the running session (costs ~40 ms when
+# a session is already up).
+"$WINE_BIN" cmd.exe /c exit 0 </dev/null >/dev/null 2>&1 || true
+
+# The program's exit status is Wine's exit status.
+exec "$WINE_BIN" "$@"
