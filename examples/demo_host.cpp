@@ -1,11 +1,11 @@
 // A minimal host: loads MOXH5 the way the desktop client does, installs a
 // console action interface and plays a few page calls, printing what the
 // library answers and what it asks of the host.
-#include <cstdio>
-#include <string>
-
 #include <json/value.h>
 #include <json/writer.h>
+
+#include <cstdio>
+#include <string>
 
 #include "MoxLog.h"
 #include "moxh5/module_manager.h"
@@ -35,9 +35,13 @@ class ConsoleHost final : public IH5ActionImplCallBack {
 public:
     bool GetPluginVersion(const std::string&, Json::Value&) override { return true; }
     bool RequestFromRenderPage(const mox_h5_module_data*, const Json::Value&, int,
-                               const std::string&) override { return true; }
+                               const std::string&) override {
+        return true;
+    }
     bool SendSocketMessage(const mox_h5_module_data*, const std::string&,
-                           const Json::Value&) override { return true; }
+                           const Json::Value&) override {
+        return true;
+    }
     bool OpenWaitHandleOrder(const std::string&) override { return true; }
     bool OpenGoodsManage(const std::string&) override { return true; }
     bool PageChange(const std::string&, const std::string&) override { return true; }
@@ -48,13 +52,17 @@ public:
     }
     bool LocateMessage(const mox_h5_module_data*, const Json::Value&) override { return true; }
     bool ViewPicture(const mox_h5_module_data*, const std::string&, const std::string&,
-                     const std::string&) override { return true; }
+                     const std::string&) override {
+        return true;
+    }
     bool StorePicture(const std::string&, const char*) override { return true; }
     bool ViewPictureList(const mox_h5_module_data*, int, const std::vector<std::string>&) override {
         return true;
     }
     bool BatchDownloadPictures(const mox_h5_module_data*, const std::string&, const std::string&,
-                               const std::string&) override { return true; }
+                               const std::string&) override {
+        return true;
+    }
     bool UpdateQuickReply(const mox_h5_module_data*) override { return true; }
     bool ExportQuickReply(const mox_h5_module_data*, const char*) override { return true; }
     bool ImportQuickReply(const mox_h5_module_data*) override { return true; }
@@ -78,25 +86,35 @@ public:
         return true;
     }
     bool DownloadRemoteFile(const std::string&, const std::string&, const std::string&,
-                            const MoxPageIdentity&, MoxPageCallbackFn) override { return true; }
+                            const MoxPageIdentity&, MoxPageCallbackFn) override {
+        return true;
+    }
     bool UploadFile(const std::string&, const std::string&, const std::string&, const std::string&,
                     const std::string&, const std::string&, const MoxPageIdentity&,
-                    MoxPageCallbackFn) override { return true; }
+                    MoxPageCallbackFn) override {
+        return true;
+    }
     void ShowToast(int kind, const char* text, size_t length, int durationMs) override {
         std::printf("    host: toast kind %d, %d ms: %.*s\n", kind, durationMs,
                     static_cast<int>(length), text);
     }
     bool ShowCommonTip(bool, std::string, std::string, std::string, std::string,
-                       MoxTipCompletion) override { return true; }
+                       MoxTipCompletion) override {
+        return true;
+    }
     bool SaveFile(const std::string&, const MoxPageIdentity&, MoxPageCallbackFn) override {
         return true;
     }
     bool HttpPost(int, const mox_h5_module_data*, int, const std::string&, const std::string&,
                   MoxPageCallbackFn, const std::string&, const std::string&, const std::string&,
-                  const std::vector<std::string>&) override { return true; }
+                  const std::vector<std::string>&) override {
+        return true;
+    }
     bool HttpGet(int, const mox_h5_module_data*, int, const std::string&, const std::string&,
                  MoxPageCallbackFn, const std::string&, const std::string&,
-                 const std::string&) override { return true; }
+                 const std::string&) override {
+        return true;
+    }
     void CopyImageToClipboard(const std::string&) override {}
     void RenderJsCallback(const std::string& mallcsid, int webindex, const std::string& callId,
                           const std::string& data) override {

@@ -2,19 +2,19 @@
 // _exist, and the registration record that bundles them.
 #pragma once
 
+#include <json/value.h>
+
 #include <memory>
 #include <string>
 
-#include <json/value.h>
-
 #include "moxh5/records.h"
 
-#define MOX_DECLARE_MODULE_ADAPTERS(Module)                                                 \
-    std::string h5_##Module##_name();                                                       \
-    std::shared_ptr<IModuleWorker> h5_##Module##_create();                                  \
-    bool h5_##Module##_execute(std::shared_ptr<IModuleWorker> worker,                       \
-                               const mox_module_data* data, Json::Value& answer);           \
-    bool h5_##Module##_exist(std::shared_ptr<IModuleWorker> worker, const std::string& method); \
+#define MOX_DECLARE_MODULE_ADAPTERS(Module)                                                        \
+    std::string h5_##Module##_name();                                                              \
+    std::shared_ptr<IModuleWorker> h5_##Module##_create();                                         \
+    bool h5_##Module##_execute(std::shared_ptr<IModuleWorker> worker, const mox_module_data* data, \
+                               Json::Value& answer);                                               \
+    bool h5_##Module##_exist(std::shared_ptr<IModuleWorker> worker, const std::string& method);    \
     mox_source_info_t h5_##Module##_source_info();
 
 MOX_DECLARE_MODULE_ADAPTERS(Basic)    // "JSCallBasic"

@@ -26,7 +26,8 @@ TEST(BasicModule, CanIUseAnswersThroughTheResult) {
     };
     for (const auto& c : cases) {
         Json::Value answer(Json::objectValue);
-        EXPECT_EQ(RunBasic(MakeCall("canIUse", ParseJson(c.params)), answer), std::make_tuple(true, c.available))
+        EXPECT_EQ(RunBasic(MakeCall("canIUse", ParseJson(c.params)), answer),
+                  std::make_tuple(true, c.available))
             << c.params;
         EXPECT_EQ(answer, Json::Value(Json::objectValue)) << c.params;
     }
@@ -59,7 +60,8 @@ TEST(BasicModule, SetLogWritesKnownLevelsAndRefusesTheRest) {
     for (const auto& c : cases) {
         ScopedLogCapture log;
         Json::Value answer(Json::objectValue);
-        EXPECT_EQ(RunBasic(MakeCall("setLog", ParseJson(c.params)), answer), std::make_tuple(true, c.logged))
+        EXPECT_EQ(RunBasic(MakeCall("setLog", ParseJson(c.params)), answer),
+                  std::make_tuple(true, c.logged))
             << c.params;
         const auto lines = log->Matching("[MoxH5] hi");
         if (c.logged) {
@@ -70,21 +72,24 @@ TEST(BasicModule, SetLogWritesKnownLevelsAndRefusesTheRest) {
             EXPECT_EQ(answer, Json::Value(Json::objectValue));
         } else {
             EXPECT_TRUE(lines.empty()) << c.params;
-            EXPECT_EQ(answer, ParseJson(std::string(R"({"message":")") + c.message + "\"}")) << c.params;
+            EXPECT_EQ(answer, ParseJson(std::string(R"({"message":")") + c.message + "\"}"))
+                << c.params;
         }
     }
 }
 
 // Test that the request trace is written, with the whole payload, only when info is on.
 TEST(BasicModule, SetLogTraceFollowsTheLogLevel) {
-    const mox_h5_module_data call = MakeCall("setLog", ParseJson(R"({"content":"x","logLevel":"alert"})"));
+    const mox_h5_module_data call =
+        MakeCall("setLog", ParseJson(R"({"content":"x","logLevel":"alert"})"));
     {
         ScopedLogCapture log(LOG_PRIORITY_INFO);
         Json::Value answer;
         RunBasic(call, answer);
         const auto trace = log->Matching("[MoxH5] Web req SetLog content: ");
         ASSERT_EQ(trace.size(), 1u);
-        EXPECT_NE(trace[0].text.find("\"logLevel\" : \"alert\""), std::string::npos) << trace[0].text;
+        EXPECT_NE(trace[0].text.find("\"logLevel\" : \"alert\""), std::string::npos)
+            << trace[0].text;
     }
     ScopedLogCapture quiet(LOG_PRIORITY_WARNING);
     Json::Value answer;

@@ -1,9 +1,10 @@
 // Tests of the dispatch shared by the workers, driven through test tables,
 // and of the seven workers and their adapters as built.
+#include "core/detail/dispatch.h"
+
 #include <gtest/gtest.h>
 
 #include "core/detail/adapters.h"
-#include "core/detail/dispatch.h"
 #include "modules/module_adapters.h"
 #include "tests/fakes/bridge_fixture.h"
 #include "tests/fakes/capture_sinks.h"
@@ -56,7 +57,8 @@ TEST(PlainDispatch, RunsTheNamedHandlerOrRefusesTheMethod) {
         const mox_h5_module_data call = MakeCall(c.method);
         PlainDispatchRules rules;
         rules.logUnknownMethod = c.logUnknown;
-        EXPECT_EQ(detail::DispatchPlain(methods, &call, answer, kSite, rules), c.expected) << c.method;
+        EXPECT_EQ(detail::DispatchPlain(methods, &call, answer, kSite, rules), c.expected)
+            << c.method;
         EXPECT_EQ(answer, c.answer) << c.method;
         EXPECT_EQ(log->Contains(std::string("[MoxH5] Failed to find method ") + c.method), c.logged)
             << c.method;
@@ -88,7 +90,9 @@ TEST(PlainDispatch, SilencedRenderAnswersCarryTheFlagEvenForUnknownMethods) {
     Json::Value render;
     const mox_h5_module_data renderCall = MakeCall("nothing", Json::objectValue, false);
     EXPECT_FALSE(detail::DispatchPlain(methods, &renderCall, render, kSite, rules));
-    EXPECT_EQ(render, ParseJson(R"({"NoNeedUnifyCallBack":true,"message":"Invalid method.","support":false})"));
+    EXPECT_EQ(
+        render,
+        ParseJson(R"({"NoNeedUnifyCallBack":true,"message":"Invalid method.","support":false})"));
     Json::Value worker;
     const mox_h5_module_data workerCall = MakeCall("nothing", Json::objectValue, true);
     EXPECT_FALSE(detail::DispatchPlain(methods, &workerCall, worker, kSite, rules));
@@ -151,8 +155,9 @@ TEST(ContextDispatch, UsageReportNamesMethodAndPageKind) {
         ASSERT_EQ(reports->Reports().size(), 1u);
         const WorkbenchReportRecord r = reports->Reports()[0];
         EXPECT_EQ(r.id, 91936);
-        EXPECT_EQ(r.tags, (std::map<std::string, std::string>{
-                              {"kv_metric", "h5_native"}, {"method", "both"}, {"worker", isWorker ? "1" : "0"}}));
+        EXPECT_EQ(r.tags, (std::map<std::string, std::string>{{"kv_metric", "h5_native"},
+                                                              {"method", "both"},
+                                                              {"worker", isWorker ? "1" : "0"}}));
     }
     ScopedReportCapture none;
     Json::Value answer;
@@ -164,9 +169,8 @@ TEST(ContextDispatch, UsageReportNamesMethodAndPageKind) {
 // Test that the completion dispatch answers once for every call no handler takes.
 TEST(CompletionDispatch, RunsCompletionOnceForUnknownOrMissingMethods) {
     CompletionMethodMap methods;
-    methods["take"] = [](const mox_h5_module_data*, const std::function<bool()>& done, Json::Value&) {
-        return done();
-    };
+    methods["take"] = [](const mox_h5_module_data*, const std::function<bool()>& done,
+                         Json::Value&) { return done(); };
     int completions = 0;
     const std::function<bool()> done = [&completions] { return ++completions > 0; };
 
@@ -194,9 +198,12 @@ TEST(ModuleAdapters, EveryModuleGuardsNullsAndKnowsNoEmptyMethod) {
         const char* name;
         const char* adapter;
     } modules[] = {
-        {h5_Basic_source_info, "JSCallBasic", "Basic"},     {h5_Device_source_info, "JSDevice", "Device"},
-        {h5_Network_source_info, "JSNetwork", "Network"},   {h5_Photo_source_info, "JSPhoto", "Photo"},
-        {h5_Socket_source_info, "MMSSocket", "Socket"},     {h5_Storage_source_info, "JSStorage", "Storage"},
+        {h5_Basic_source_info, "JSCallBasic", "Basic"},
+        {h5_Device_source_info, "JSDevice", "Device"},
+        {h5_Network_source_info, "JSNetwork", "Network"},
+        {h5_Photo_source_info, "JSPhoto", "Photo"},
+        {h5_Socket_source_info, "MMSSocket", "Socket"},
+        {h5_Storage_source_info, "JSStorage", "Storage"},
         {h5_Native_source_info, "JSCallNative", "Native"},
     };
     for (const auto& m : modules) {
@@ -245,7 +252,8 @@ TEST(ModuleAdapters, UnknownMethodAnswersFollowEachWorkersRules) {
         const mox_module_data call = MakeCall("noSuchMethod");
         EXPECT_FALSE(info.execute_fn(info.create_fn(), &call, answer));
         EXPECT_EQ(answer, ParseJson(m.renderAnswer)) << info.name;
-        EXPECT_EQ(log->Contains("[MoxH5] Failed to find method noSuchMethod"), m.logged) << info.name;
+        EXPECT_EQ(log->Contains("[MoxH5] Failed to find method noSuchMethod"), m.logged)
+            << info.name;
     }
 }
 

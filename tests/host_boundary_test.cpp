@@ -40,7 +40,8 @@ TEST(HostBoundary, HostDrivesTheManagerInsideTheLibrary) {
     EXPECT_EQ(manager->Execute("JSNothing", setLog, untouched), std::make_tuple(false, false));
     EXPECT_EQ(untouched, ParseJson(R"({"keep":true})"));
 
-    EXPECT_TRUE(callBackToWebPage(true, true, 2, "mall|cs", "cb-3", "w", ParseJson(R"({"data":7})")));
+    EXPECT_TRUE(
+        callBackToWebPage(true, true, 2, "mall|cs", "cb-3", "w", ParseJson(R"({"data":7})")));
     const auto calls = host.CallsOf("WorkerJsCallback");
     ASSERT_EQ(calls.size(), 1u);
     EXPECT_EQ(ParseJson(calls[0].args["data"].asString()),

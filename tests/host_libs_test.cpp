@@ -15,8 +15,9 @@ namespace {
 // Test that a line carries priority, base file name, line, function and text.
 TEST(HostLog, LinesCarryTheirPartsWithTheFileCutToItsBaseName) {
     ScopedLogCapture log;
-    CMoxLog::MoxLogFormat(300, "C:\\src\\modules\\H5NativeWorker.cpp", 42, "H5NativeWorker::Execute",
-                          "[MoxH5] false in %s %d", "H5NativeWorker::Execute", 42);
+    CMoxLog::MoxLogFormat(300, "C:\\src\\modules\\H5NativeWorker.cpp", 42,
+                          "H5NativeWorker::Execute", "[MoxH5] false in %s %d",
+                          "H5NativeWorker::Execute", 42);
     CMoxLog::MoxLog(600, "/src/core/page_callback.cpp", 7, "f", "plain %s text");
     CMoxLog::MoxLogFormatW(400, L"D:\\x\\wide.cpp", 9, L"W::f", L"%ls %d", L"\u63D0\u793A", 5);
     const auto records = log->Records();
@@ -142,7 +143,8 @@ TEST(HostJson, OutGettersFollowTheirFlags) {
     EXPECT_TRUE(mox_json::GetJsonValueToString(obj, "missing", s, "C::f", false, true));
     EXPECT_EQ(s, "old");
     int i = 9;
-    EXPECT_FALSE(mox_json::GetJsonValueToInt(obj, "i", i, "C::f", true, true));  // mistyped is never a default
+    EXPECT_FALSE(mox_json::GetJsonValueToInt(obj, "i", i, "C::f", true,
+                                             true));  // mistyped is never a default
     EXPECT_EQ(i, 9);
     EXPECT_FALSE(mox_json::GetJsonValueToInt(obj, "missing", i, "C::f", false, false));
     const auto lines = log->Records();

@@ -29,10 +29,11 @@ template <int Tag>
 mox_source_info_t TaggedModule(const std::string& name) {
     mox_source_info_t info;
     info.name = name;
-    info.create_fn = [] { return std::shared_ptr<IModuleWorker>(std::make_shared<TaggedWorker<Tag>>()); };
-    info.execute_fn = [](std::shared_ptr<IModuleWorker> w, const mox_module_data* d, Json::Value& a) {
-        return w && w->Execute(d, a);
+    info.create_fn = [] {
+        return std::shared_ptr<IModuleWorker>(std::make_shared<TaggedWorker<Tag>>());
     };
+    info.execute_fn = [](std::shared_ptr<IModuleWorker> w, const mox_module_data* d,
+                         Json::Value& a) { return w && w->Execute(d, a); };
     info.exist_fn = [](std::shared_ptr<IModuleWorker> w, const std::string& m) {
         return w && w->Exist(m);
     };
@@ -102,10 +103,11 @@ TEST(ModuleManager, InitKeepsInterfacesAndRegistersSevenModules) {
     TestManager manager;
     RecordingHost host;
     int asked = 0;
-    manager.Init(&host, nullptr, [&asked](const std::string&, const std::string&, const MoxConfigValue&) {
-        ++asked;
-        return true;
-    });
+    manager.Init(&host, nullptr,
+                 [&asked](const std::string&, const std::string&, const MoxConfigValue&) {
+                     ++asked;
+                     return true;
+                 });
     EXPECT_EQ(manager.GetUserCenter(), &host);
     EXPECT_EQ(manager.GetHttpBizMonitor(), nullptr);
     EXPECT_EQ(manager.GetCallback(), nullptr);

@@ -1,7 +1,8 @@
 // Tests of the unified callback: routing, silencing flags and the envelope.
+#include "moxh5/page_callback.h"
+
 #include <gtest/gtest.h>
 
-#include "moxh5/page_callback.h"
 #include "tests/fakes/bridge_fixture.h"
 #include "tests/fakes/capture_sinks.h"
 
@@ -34,7 +35,8 @@ TEST_F(PageCallbackTest, EnvelopeOverwritesSuccessAndFillsOnlyMissingMembers) {
         const char* envelope;
     } cases[] = {
         {true, R"({"data":{"k":1}})", R"({"success":true,"message":"success","data":{"k":1}})"},
-        {false, R"({"success":true,"message":"mine"})", R"({"success":false,"message":"mine","data":null})"},
+        {false, R"({"success":true,"message":"mine"})",
+         R"({"success":false,"message":"mine","data":null})"},
         {false, "null", R"({"success":false,"message":"failed","data":null})"},
         {true, "{}", R"({"success":true,"message":"success","data":null})"},
         {true, R"({"data":null,"extra":[1,2],"NoNeedUnifyCallBack":false,"AsynExec":false})",
@@ -60,7 +62,7 @@ TEST_F(PageCallbackTest, NoNeedUnifyCallBackSilencesRenderPagesOnlyAndAsynExecBo
         {R"({"AsynExec":true})", false, false},
         {R"({"NoNeedUnifyCallBack":"true"})", true, true},  // only a boolean true counts
         {R"({"AsynExec":1})", true, true},
-        {"[1]", false, false},                               // no envelope for an array
+        {"[1]", false, false},  // no envelope for an array
         {R"("text")", false, false},
     };
     for (const auto& c : cases) {
@@ -100,9 +102,13 @@ TEST_F(PageCallbackTest, SkippedDeliveriesLogTheirReason) {
     Deliver(false, true, ParseJson(R"({"NoNeedUnifyCallBack":true})"));
     Deliver(false, true, ParseJson(R"({"AsynExec":true})"));
     Deliver(true, true, ParseJson(R"({"AsynExec":true})"));
-    EXPECT_TRUE(log->Contains("[MoxH5] Render NoNeedUnifyCallBack mallcsid[mall|cs] webindex[3], callId[cb-7], return."));
-    EXPECT_TRUE(log->Contains("[MoxH5] Render JsAsyncCallback mallcsid[mall|cs] webindex[3], callId[cb-7], return."));
-    EXPECT_TRUE(log->Contains("[MoxH5] Worker JsAsyncCallback mallcsid[mall|cs] webindex[3] workerid[w-1], callbackid[cb-7], return."));
+    EXPECT_TRUE(log->Contains(
+        "[MoxH5] Render NoNeedUnifyCallBack mallcsid[mall|cs] webindex[3], callId[cb-7], return."));
+    EXPECT_TRUE(log->Contains(
+        "[MoxH5] Render JsAsyncCallback mallcsid[mall|cs] webindex[3], callId[cb-7], return."));
+    EXPECT_TRUE(
+        log->Contains("[MoxH5] Worker JsAsyncCallback mallcsid[mall|cs] webindex[3] workerid[w-1], "
+                      "callbackid[cb-7], return."));
     log->Clear();
     Deliver(false, true, ParseJson("[1,2]"));
     Deliver(true, true, ParseJson("\"s\""));

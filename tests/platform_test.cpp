@@ -1,8 +1,9 @@
 // Tests of the OS layer: text conversions in the platform's wide encoding and
 // the environment.
+#include "moxh5/platform.h"
+
 #include <gtest/gtest.h>
 
-#include "moxh5/platform.h"
 #include "tests/fakes/test_env.h"
 
 namespace moxh5::test {
@@ -19,8 +20,9 @@ TEST(PlatformText, NonAsciiTextRoundTrips) {
     } cases[] = {
         {"", L""},
         {"plain", L"plain"},
-        {"\xE6\x8F\x90\xE7\xA4\xBA", L"\u63D0\u793A"},                     // 提示
-        {"\xE5\xA4\x8D\xE5\x88\xB6\xE6\x88\x90\xE5\x8A\x9F", L"\u590D\u5236\u6210\u529F"},  // 复制成功
+        {"\xE6\x8F\x90\xE7\xA4\xBA", L"\u63D0\u793A"},  // 提示
+        {"\xE5\xA4\x8D\xE5\x88\xB6\xE6\x88\x90\xE5\x8A\x9F",
+         L"\u590D\u5236\u6210\u529F"},  // 复制成功
         {"caf\xC3\xA9 \xE2\x82\xAC", L"caf\u00E9 \u20AC"},
         {"\xF0\x9F\x98\x80", L"\U0001F600"},  // outside the BMP: a surrogate pair in UTF-16
     };

@@ -44,7 +44,8 @@ TEST(StorageAnswer, WorkerPagesAreNeverAnswered) {
     RecordingHost host;
     ScopedActionInterface installed(&host);
     Json::Value answer;
-    ReadySingleton().Execute("JSStorage", MakeCall("noSuchMethod", Json::objectValue, true), answer);
+    ReadySingleton().Execute("JSStorage", MakeCall("noSuchMethod", Json::objectValue, true),
+                             answer);
     EXPECT_TRUE(host.Calls().empty());
     EXPECT_FALSE(answer.isMember("NoNeedUnifyCallBack"));
 }

@@ -23,15 +23,14 @@ std::shared_ptr<IModuleWorker> CreateWorker(const CallSite& site) {
     }
 }
 
-inline bool ExecuteOnWorker(IModuleWorker* worker, const mox_module_data* data,
-                            Json::Value& answer, const CallSite& site) {
+inline bool ExecuteOnWorker(IModuleWorker* worker, const mox_module_data* data, Json::Value& answer,
+                            const CallSite& site) {
     if (worker && data) return worker->Execute(data, answer);
     LogFalseIn(site);
     return false;
 }
 
-inline bool ExistOnWorker(IModuleWorker* worker, const std::string& method,
-                          const CallSite& site) {
+inline bool ExistOnWorker(IModuleWorker* worker, const std::string& method, const CallSite& site) {
     if (worker) return worker->Exist(method);
     LogFalseIn(site);
     return false;
@@ -39,26 +38,26 @@ inline bool ExistOnWorker(IModuleWorker* worker, const std::string& method,
 
 }  // namespace moxh5::detail
 
-#define MOX_DEFINE_MODULE_ADAPTERS(Module, WorkerClass, moduleName)                            \
-    std::string h5_##Module##_name() { return moduleName; }                                    \
-    std::shared_ptr<IModuleWorker> h5_##Module##_create() {                                    \
+#define MOX_DEFINE_MODULE_ADAPTERS(Module, WorkerClass, moduleName)                                \
+    std::string h5_##Module##_name() { return moduleName; }                                        \
+    std::shared_ptr<IModuleWorker> h5_##Module##_create() {                                        \
         return ::moxh5::detail::CreateWorker<WorkerClass>(MOX_CALL_SITE("h5_" #Module "_create")); \
-    }                                                                                          \
-    bool h5_##Module##_execute(std::shared_ptr<IModuleWorker> worker,                          \
-                               const mox_module_data* data, Json::Value& answer) {             \
-        return ::moxh5::detail::ExecuteOnWorker(worker.get(), data, answer,                    \
-                                                MOX_CALL_SITE("h5_" #Module "_execute"));      \
-    }                                                                                          \
-    bool h5_##Module##_exist(std::shared_ptr<IModuleWorker> worker, const std::string& method) { \
-        return ::moxh5::detail::ExistOnWorker(worker.get(), method,                            \
-                                              MOX_CALL_SITE("h5_" #Module "_exist"));          \
-    }                                                                                          \
-    mox_source_info_t h5_##Module##_source_info() {                                            \
-        mox_source_info_t info;                                                                \
-        info.name = moduleName;                                                                \
-        info.name_fn = &h5_##Module##_name;                                                    \
-        info.create_fn = &h5_##Module##_create;                                                \
-        info.execute_fn = &h5_##Module##_execute;                                              \
-        info.exist_fn = &h5_##Module##_exist;                                                  \
-        return info;                                                                           \
+    }                                                                                              \
+    bool h5_##Module##_execute(std::shared_ptr<IModuleWorker> worker, const mox_module_data* data, \
+                               Json::Value& answer) {                                              \
+        return ::moxh5::detail::ExecuteOnWorker(worker.get(), data, answer,                        \
+                                                MOX_CALL_SITE("h5_" #Module "_execute"));          \
+    }                                                                                              \
+    bool h5_##Module##_exist(std::shared_ptr<IModuleWorker> worker, const std::string& method) {   \
+        return ::moxh5::detail::ExistOnWorker(worker.get(), method,                                \
+                                              MOX_CALL_SITE("h5_" #Module "_exist"));              \
+    }                                                                                              \
+    mox_source_info_t h5_##Module##_source_info() {                                                \
+        mox_source_info_t info;                                                                    \
+        info.name = moduleName;                                                                    \
+        info.name_fn = &h5_##Module##_name;                                                        \
+        info.create_fn = &h5_##Module##_create;                                                    \
+        info.execute_fn = &h5_##Module##_execute;                                                  \
+        info.exist_fn = &h5_##Module##_exist;                                                      \
+        return info;                                                                               \
     }

@@ -1,9 +1,9 @@
 // Log and text helpers shared by the core and the modules.
 #pragma once
 
-#include <string>
-
 #include <json/value.h>
+
+#include <string>
 
 #include "MoxLog.h"
 
@@ -17,12 +17,12 @@
 
 // A log line whose argument is JSON text: the text is written only when the
 // line will be kept, so the hot path pays nothing for disabled traces.
-#define MOX_LOG_JSON(priority, function, format, value)                              \
-    do {                                                                             \
-        if (CMoxLog::IsEnabled(priority)) {                                          \
-            const std::string moxJsonText = ::moxh5::detail::JsonText(value);        \
-            MOX_LOG((priority), (function), (format), moxJsonText.c_str());          \
-        }                                                                            \
+#define MOX_LOG_JSON(priority, function, format, value)                       \
+    do {                                                                      \
+        if (CMoxLog::IsEnabled(priority)) {                                   \
+            const std::string moxJsonText = ::moxh5::detail::JsonText(value); \
+            MOX_LOG((priority), (function), (format), moxJsonText.c_str());   \
+        }                                                                     \
     } while (0)
 
 // A request trace (priority 600, info) with JSON text.

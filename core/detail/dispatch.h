@@ -2,12 +2,12 @@
 // name, finding its handler, and refusing an unknown method.
 #pragma once
 
+#include <json/value.h>
+
 #include <array>
 #include <functional>
 #include <map>
 #include <string>
-
-#include <json/value.h>
 
 #include "moxh5/records.h"
 
@@ -29,7 +29,8 @@ struct CallSite {
     int line;
     const char* function;
 };
-#define MOX_CALL_SITE(function) ::moxh5::detail::CallSite{__FILE__, __LINE__, (function)}
+#define MOX_CALL_SITE(function) \
+    ::moxh5::detail::CallSite { __FILE__, __LINE__, (function) }
 
 // Logs "[MoxH5] false in <function> <line>" for `site`.
 void LogFalseIn(const CallSite& site);
@@ -66,8 +67,8 @@ struct PlainDispatchRules {
 };
 
 // The whole Execute of a worker with plain handlers.
-bool DispatchPlain(const PlainMethodMap& methods, const mox_module_data* data,
-                   Json::Value& answer, const CallSite& site, PlainDispatchRules rules);
+bool DispatchPlain(const PlainMethodMap& methods, const mox_module_data* data, Json::Value& answer,
+                   const CallSite& site, PlainDispatchRules rules);
 
 // The Execute of a worker with a context pair per name (the native module):
 // every call starts with "NoNeedUnifyCallBack": true in the answer; a name

@@ -13,9 +13,8 @@ void LogFalseIn(const CallSite& site) {
 }
 
 bool ReadCallMethod(const mox_module_data* data, const CallSite& site, std::string& method) {
-    if (!data ||
-        !mox_json::GetJsonValueToString(data->payload, key::kMethod, method, site.function,
-                                        /*required=*/true, /*keep_default=*/false)) {
+    if (!data || !mox_json::GetJsonValueToString(data->payload, key::kMethod, method, site.function,
+                                                 /*required=*/true, /*keep_default=*/false)) {
         LogFalseIn(site);
         return false;
     }
@@ -33,8 +32,8 @@ bool RefuseUnknownMethod(const std::string& method, bool logIt, const CallSite& 
     return false;
 }
 
-bool DispatchPlain(const PlainMethodMap& methods, const mox_module_data* data,
-                   Json::Value& answer, const CallSite& site, PlainDispatchRules rules) {
+bool DispatchPlain(const PlainMethodMap& methods, const mox_module_data* data, Json::Value& answer,
+                   const CallSite& site, PlainDispatchRules rules) {
     std::string method;
     if (!ReadCallMethod(data, site, method)) return false;
     if (rules.silenceRenderAnswers && !data->isWorker) answer[key::kNoNeedUnifyCallBack] = true;

@@ -85,8 +85,7 @@ const MoxModuleManager::ModuleEntry* MoxModuleManager::FindModule(const std::str
 }
 
 std::tuple<bool, bool> MoxModuleManager::Execute(const std::string& name,
-                                                 const mox_module_data& data,
-                                                 Json::Value& answer) {
+                                                 const mox_module_data& data, Json::Value& answer) {
     const ModuleEntry* entry = FindModule(name);
     if (!entry) return {false, false};
     if (!entry->execute_fn) return {true, false};

@@ -4,8 +4,8 @@
 
 #include "core/detail/answer.h"
 #include "core/detail/diagnostics.h"
-#include "moxh5/module_manager.h"
 #include "mox_json.h"
+#include "moxh5/module_manager.h"
 
 namespace {
 
@@ -62,8 +62,8 @@ bool callBackToWebPage(bool isWorker, bool success, int webindex, const std::str
 }
 
 bool AnswerPage(const MoxPageIdentity& page, bool success, const Json::Value& answer) {
-    return callBackToWebPage(page.isWorker, success, page.webindex, page.mallcsid,
-                             page.callbackid, page.workerid, answer);
+    return callBackToWebPage(page.isWorker, success, page.webindex, page.mallcsid, page.callbackid,
+                             page.workerid, answer);
 }
 
 void doCallBackToRender(IH5ActionImplCallBack* callback, bool success, int webindex,

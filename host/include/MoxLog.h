@@ -31,7 +31,7 @@ enum LogPriority : int {
 // One formatted log line as a sink receives it.
 struct MoxLogRecord {
     int priority = 0;
-    std::string file;      // base name only
+    std::string file;  // base name only
     int line = 0;
     std::string function;  // qualified function text, e.g. "H5NativeWorker::showToast"
     std::string text;      // UTF-8 message

@@ -17,10 +17,10 @@
 // range of its result type (3.0 reads as 3); strings are never converted.
 #pragma once
 
+#include <json/value.h>
+
 #include <cstdint>
 #include <string>
-
-#include <json/value.h>
 
 #include "MoxHostExport.h"
 

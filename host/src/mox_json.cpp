@@ -1,6 +1,5 @@
 #include "mox_json.h"
 
-
 #include "MoxLog.h"
 #include "moxh5/platform.h"
 

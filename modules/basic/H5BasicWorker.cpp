@@ -5,8 +5,8 @@
 #include "core/detail/answer.h"
 #include "core/detail/diagnostics.h"
 #include "core/detail/params.h"
-#include "moxh5/module_manager.h"
 #include "mox_json.h"
+#include "moxh5/module_manager.h"
 
 namespace {
 
@@ -15,9 +15,9 @@ constexpr char kSetLogFunction[] = "H5BasicWorker::setLog";
 // The priority a "logLevel" word selects, or 0 for an unknown word.
 int PriorityOfLevel(const std::string& word) {
     static const std::map<std::string, int> levels = {
-        {"debug", LOG_PRIORITY_DEBUG},     {"info", LOG_PRIORITY_INFO},
-        {"notice", LOG_PRIORITY_NOTICE},   {"warning", LOG_PRIORITY_WARNING},
-        {"error", LOG_PRIORITY_ERROR},     {"critical", LOG_PRIORITY_CRITICAL},
+        {"debug", LOG_PRIORITY_DEBUG},   {"info", LOG_PRIORITY_INFO},
+        {"notice", LOG_PRIORITY_NOTICE}, {"warning", LOG_PRIORITY_WARNING},
+        {"error", LOG_PRIORITY_ERROR},   {"critical", LOG_PRIORITY_CRITICAL},
         {"alert", LOG_PRIORITY_ALERT},
     };
     const auto it = levels.find(word);

@@ -1,6 +1,6 @@
-// Worker of the module "JSDevice": OS version, bitness and screen size, and the screen-capture watch.
-// Its method table is filled as its methods are built; until then every
-// method is answered "Invalid method.".
+// Worker of the module "JSDevice": OS version, bitness and screen size, and the screen-capture
+// watch. Its method table is filled as its methods are built; until then every method is answered
+// "Invalid method.".
 #pragma once
 
 #include "core/detail/dispatch.h"

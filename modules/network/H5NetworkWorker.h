@@ -1,6 +1,6 @@
-// Worker of the module "JSNetwork": network requests of render pages and HTTP requests of worker pages, performed by the host.
-// Its method table is filled as its methods are built; until then every
-// method is answered "Invalid method.".
+// Worker of the module "JSNetwork": network requests of render pages and HTTP requests of worker
+// pages, performed by the host. Its method table is filled as its methods are built; until then
+// every method is answered "Invalid method.".
 #pragma once
 
 #include "core/detail/dispatch.h"

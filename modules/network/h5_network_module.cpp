@@ -1,5 +1,5 @@
 #include "core/detail/adapters.h"
-#include "modules/network/H5NetworkWorker.h"
 #include "modules/module_adapters.h"
+#include "modules/network/H5NetworkWorker.h"
 
 MOX_DEFINE_MODULE_ADAPTERS(Network, H5NetworkWorker, "JSNetwork")

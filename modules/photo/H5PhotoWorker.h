@@ -1,5 +1,6 @@
-// Worker of the module "JSPhoto": viewing, storing and downloading pictures through the host. Render-page answers start with "NoNeedUnifyCallBack": true; handlers that answer through the unified callback remove it.
-// Its method table is filled as its methods are built; until then every
+// Worker of the module "JSPhoto": viewing, storing and downloading pictures through the host.
+// Render-page answers start with "NoNeedUnifyCallBack": true; handlers that answer through the
+// unified callback remove it. Its method table is filled as its methods are built; until then every
 // method is answered "Invalid method.".
 #pragma once
 

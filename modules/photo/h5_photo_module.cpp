@@ -1,5 +1,5 @@
 #include "core/detail/adapters.h"
-#include "modules/photo/H5PhotoWorker.h"
 #include "modules/module_adapters.h"
+#include "modules/photo/H5PhotoWorker.h"
 
 MOX_DEFINE_MODULE_ADAPTERS(Photo, H5PhotoWorker, "JSPhoto")

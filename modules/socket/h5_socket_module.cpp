@@ -1,5 +1,5 @@
 #include "core/detail/adapters.h"
-#include "modules/socket/H5SocketWorker.h"
 #include "modules/module_adapters.h"
+#include "modules/socket/H5SocketWorker.h"
 
 MOX_DEFINE_MODULE_ADAPTERS(Socket, H5SocketWorker, "MMSSocket")

@@ -10,8 +10,8 @@ namespace moxh5::platform {
 std::optional<std::string> GetEnvironmentText(const std::string& name, size_t maxChars) {
     std::vector<char> buffer(maxChars + 1, '\0');
     ::SetLastError(ERROR_SUCCESS);
-    const DWORD length = ::GetEnvironmentVariableA(name.c_str(), buffer.data(),
-                                                   static_cast<DWORD>(buffer.size()));
+    const DWORD length =
+        ::GetEnvironmentVariableA(name.c_str(), buffer.data(), static_cast<DWORD>(buffer.size()));
     if (length == 0) {
         if (::GetLastError() == ERROR_ENVVAR_NOT_FOUND) return std::nullopt;
         return std::string();

@@ -1,9 +1,9 @@
 #include "tests/fakes/bridge_fixture.h"
 
-#include <memory>
-
 #include <gtest/gtest.h>
 #include <json/reader.h>
+
+#include <memory>
 
 namespace moxh5::test {
 

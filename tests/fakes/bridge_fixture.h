@@ -1,9 +1,9 @@
 // Shared helpers for tests that drive the bridge.
 #pragma once
 
-#include <string>
-
 #include <json/value.h>
+
+#include <string>
 
 #include "moxh5/module_manager.h"
 #include "tests/fakes/recording_host.h"
@@ -39,8 +39,9 @@ private:
 MoxModuleManager& ReadySingleton();
 
 // A script call: payload {"method": method, "params": params}.
-mox_h5_module_data MakeCall(const std::string& method, const Json::Value& params = Json::objectValue,
-                            bool isWorker = false, const std::string& callbackid = "cb-1");
+mox_h5_module_data MakeCall(const std::string& method,
+                            const Json::Value& params = Json::objectValue, bool isWorker = false,
+                            const std::string& callbackid = "cb-1");
 
 // Parses JSON text; fails the calling test on malformed text.
 Json::Value ParseJson(const std::string& text);

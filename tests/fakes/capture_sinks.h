@@ -67,7 +67,8 @@ private:
 class ScopedLogCapture {
 public:
     explicit ScopedLogCapture(int maxPriority = LOG_PRIORITY_DEBUG)
-        : m_sink(std::make_shared<CaptureLogSink>(maxPriority)), m_previous(CMoxLog::SetSink(m_sink)) {}
+        : m_sink(std::make_shared<CaptureLogSink>(maxPriority)),
+          m_previous(CMoxLog::SetSink(m_sink)) {}
     ~ScopedLogCapture() { CMoxLog::SetSink(m_previous); }
     ScopedLogCapture(const ScopedLogCapture&) = delete;
     ScopedLogCapture& operator=(const ScopedLogCapture&) = delete;
@@ -84,7 +85,8 @@ private:
 class ScopedReportCapture {
 public:
     ScopedReportCapture()
-        : m_sink(std::make_shared<CaptureReportSink>()), m_previous(WorkbenchReport::SetSink(m_sink)) {}
+        : m_sink(std::make_shared<CaptureReportSink>()),
+          m_previous(WorkbenchReport::SetSink(m_sink)) {}
     ~ScopedReportCapture() { WorkbenchReport::SetSink(m_previous); }
     ScopedReportCapture(const ScopedReportCapture&) = delete;
     ScopedReportCapture& operator=(const ScopedReportCapture&) = delete;

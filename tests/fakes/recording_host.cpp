@@ -5,6 +5,23 @@
 namespace moxh5::test {
 namespace {
 
+// An argument object from name/value pairs.
+inline void AddArgs(Json::Value&) {}
+template <typename Value, typename... Rest>
+void AddArgs(Json::Value& out, const char* name, Value&& value, Rest&&... rest) {
+    out[name] = Json::Value(std::forward<Value>(value));
+    AddArgs(out, std::forward<Rest>(rest)...);
+}
+template <typename... Pairs>
+Json::Value Args(Pairs&&... pairs) {
+    Json::Value out(Json::objectValue);
+    AddArgs(out, std::forward<Pairs>(pairs)...);
+    return out;
+}
+
+// A host-owned C string as JSON (null for a null pointer).
+Json::Value Text(const char* text) { return text ? Json::Value(text) : Json::Value(); }
+
 Json::Value Strings(const std::vector<std::string>& items) {
     Json::Value list(Json::arrayValue);
     for (const std::string& item : items) list.append(item);
@@ -31,7 +48,7 @@ Json::Value DescribeRequest(const mox_h5_module_data* request) {
     out["isWorker"] = request->isWorker;
     out["webindex"] = request->webindex;
     out["callbackid"] = request->callbackid;
-    out["workerid"] = request->workerid ? Json::Value(request->workerid) : Json::Value();
+    out["workerid"] = Text(request->workerid);
     return out;
 }
 
@@ -112,9 +129,7 @@ void RecordingHost::AddPending(PendingPageWork work) {
 std::string RecordingHost::SessionValue(const std::string& op,
                                         const std::map<std::string, std::string>& values,
                                         const std::string& mallcsid) {
-    Json::Value args;
-    args["mallcsid"] = mallcsid;
-    Record(op, args);
+    Record(op, Args("mallcsid", mallcsid));
     std::lock_guard<std::mutex> lock(m_mutex);
     auto it = values.find(mallcsid);
     if (it == values.end()) it = values.find("");
@@ -122,9 +137,7 @@ std::string RecordingHost::SessionValue(const std::string& op,
 }
 
 bool RecordingHost::GetPluginVersion(const std::string& pluginId, Json::Value& result) {
-    Json::Value args;
-    args["pluginId"] = pluginId;
-    const bool accepted = Record("GetPluginVersion", args);
+    const bool accepted = Record("GetPluginVersion", Args("pluginId", pluginId));
     std::lock_guard<std::mutex> lock(m_mutex);
     result = m_pluginVersionAnswer;
     return accepted;
@@ -133,159 +146,102 @@ bool RecordingHost::GetPluginVersion(const std::string& pluginId, Json::Value& r
 bool RecordingHost::RequestFromRenderPage(const mox_h5_module_data* request,
                                           const Json::Value& payload, int webindex,
                                           const std::string& callbackid) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    args["payload"] = payload;
-    args["webindex"] = webindex;
-    args["callbackid"] = callbackid;
-    return Record("RequestFromRenderPage", args);
+    return Record("RequestFromRenderPage",
+                  Args("request", DescribeRequest(request), "payload", payload, "webindex",
+                       webindex, "callbackid", callbackid));
 }
 
 bool RecordingHost::SendSocketMessage(const mox_h5_module_data* request, const std::string& uid,
                                       const Json::Value& params) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    args["uid"] = uid;
-    args["params"] = params;
-    return Record("SendSocketMessage", args);
+    return Record("SendSocketMessage",
+                  Args("request", DescribeRequest(request), "uid", uid, "params", params));
 }
 
 bool RecordingHost::OpenWaitHandleOrder(const std::string& paramsJson) {
-    Json::Value args;
-    args["paramsJson"] = paramsJson;
-    return Record("OpenWaitHandleOrder", args);
+    return Record("OpenWaitHandleOrder", Args("paramsJson", paramsJson));
 }
 
 bool RecordingHost::OpenGoodsManage(const std::string& paramsJson) {
-    Json::Value args;
-    args["paramsJson"] = paramsJson;
-    return Record("OpenGoodsManage", args);
+    return Record("OpenGoodsManage", Args("paramsJson", paramsJson));
 }
 
 bool RecordingHost::PageChange(const std::string& page, const std::string& paramsJson) {
-    Json::Value args;
-    args["page"] = page;
-    args["paramsJson"] = paramsJson;
-    return Record("PageChange", args);
+    return Record("PageChange", Args("page", page, "paramsJson", paramsJson));
 }
 
 bool RecordingHost::SessionExpired(const mox_h5_module_data* request) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    return Record("SessionExpired", args);
+    return Record("SessionExpired", Args("request", DescribeRequest(request)));
 }
 
 bool RecordingHost::SetAllPasteboard(int webindex) {
-    Json::Value args;
-    args["webindex"] = webindex;
-    return Record("SetAllPasteboard", args);
+    return Record("SetAllPasteboard", Args("webindex", webindex));
 }
 
-bool RecordingHost::SendSocketCommand(const mox_h5_module_data* request,
-                                      const Json::Value& payload, int64_t requestId) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    args["payload"] = payload;
-    args["requestId"] = Json::Int64(requestId);
-    return Record("SendSocketCommand", args);
+bool RecordingHost::SendSocketCommand(const mox_h5_module_data* request, const Json::Value& payload,
+                                      int64_t requestId) {
+    return Record("SendSocketCommand", Args("request", DescribeRequest(request), "payload", payload,
+                                            "requestId", Json::Int64(requestId)));
 }
 
 bool RecordingHost::LocateMessage(const mox_h5_module_data* request, const Json::Value& params) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    args["params"] = params;
-    return Record("LocateMessage", args);
+    return Record("LocateMessage", Args("request", DescribeRequest(request), "params", params));
 }
 
 bool RecordingHost::ViewPicture(const mox_h5_module_data* request, const std::string& url,
                                 const std::string& uid, const std::string& msgId) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    args["url"] = url;
-    args["uid"] = uid;
-    args["msgId"] = msgId;
-    return Record("ViewPicture", args);
+    return Record("ViewPicture", Args("request", DescribeRequest(request), "url", url, "uid", uid,
+                                      "msgId", msgId));
 }
 
 bool RecordingHost::StorePicture(const std::string& url, const char* workerid) {
-    Json::Value args;
-    args["url"] = url;
-    args["workerid"] = workerid ? Json::Value(workerid) : Json::Value();
-    return Record("StorePicture", args);
+    return Record("StorePicture", Args("url", url, "workerid", Text(workerid)));
 }
 
 bool RecordingHost::ViewPictureList(const mox_h5_module_data* request, int startIndex,
                                     const std::vector<std::string>& urls) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    args["startIndex"] = startIndex;
-    args["urls"] = Strings(urls);
-    return Record("ViewPictureList", args);
+    return Record("ViewPictureList", Args("request", DescribeRequest(request), "startIndex",
+                                          startIndex, "urls", Strings(urls)));
 }
 
-bool RecordingHost::BatchDownloadPictures(const mox_h5_module_data* request,
-                                          const std::string& url, const std::string& uid,
-                                          const std::string& msgId) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    args["url"] = url;
-    args["uid"] = uid;
-    args["msgId"] = msgId;
-    return Record("BatchDownloadPictures", args);
+bool RecordingHost::BatchDownloadPictures(const mox_h5_module_data* request, const std::string& url,
+                                          const std::string& uid, const std::string& msgId) {
+    return Record("BatchDownloadPictures", Args("request", DescribeRequest(request), "url", url,
+                                                "uid", uid, "msgId", msgId));
 }
 
 bool RecordingHost::UpdateQuickReply(const mox_h5_module_data* request) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    return Record("UpdateQuickReply", args);
+    return Record("UpdateQuickReply", Args("request", DescribeRequest(request)));
 }
 
 bool RecordingHost::ExportQuickReply(const mox_h5_module_data* request, const char* workerid) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    args["workerid"] = workerid ? Json::Value(workerid) : Json::Value();
-    return Record("ExportQuickReply", args);
+    return Record("ExportQuickReply",
+                  Args("request", DescribeRequest(request), "workerid", Text(workerid)));
 }
 
 bool RecordingHost::ImportQuickReply(const mox_h5_module_data* request) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    return Record("ImportQuickReply", args);
+    return Record("ImportQuickReply", Args("request", DescribeRequest(request)));
 }
 
 bool RecordingHost::DownQuickReplyModule(const char* workerid) {
-    Json::Value args;
-    args["workerid"] = workerid ? Json::Value(workerid) : Json::Value();
-    return Record("DownQuickReplyModule", args);
+    return Record("DownQuickReplyModule", Args("workerid", Text(workerid)));
 }
 
 bool RecordingHost::BusinessReport(const mox_h5_module_data* request) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    return Record("BusinessReport", args);
+    return Record("BusinessReport", Args("request", DescribeRequest(request)));
 }
 
 bool RecordingHost::SendVideoShow() { return Record("SendVideoShow", Json::Value()); }
 
 bool RecordingHost::SendAddressMsg(const mox_h5_module_data* request, const Json::Value& params) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    args["params"] = params;
-    return Record("SendAddressMsg", args);
+    return Record("SendAddressMsg", Args("request", DescribeRequest(request), "params", params));
 }
 
 bool RecordingHost::SendFaseReply(const mox_h5_module_data* request, std::string reply) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    args["reply"] = reply;
-    return Record("SendFaseReply", args);
+    return Record("SendFaseReply", Args("request", DescribeRequest(request), "reply", reply));
 }
 
 bool RecordingHost::SendRichContent(const mox_h5_module_data* request, const Json::Value& params) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    args["params"] = params;
-    return Record("SendRichContent", args);
+    return Record("SendRichContent", Args("request", DescribeRequest(request), "params", params));
 }
 
 bool RecordingHost::ShareGoods(const std::string& shareUrl, const std::wstring& goodsName) {
@@ -299,130 +255,86 @@ bool RecordingHost::ShareGoods(const std::string& shareUrl, const std::wstring& 
 }
 
 bool RecordingHost::GetMallInfo(const mox_h5_module_data* request, int webindex, int callId) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    args["webindex"] = webindex;
-    args["callId"] = callId;
-    return Record("GetMallInfo", args);
+    return Record("GetMallInfo", Args("request", DescribeRequest(request), "webindex", webindex,
+                                      "callId", callId));
 }
 
 bool RecordingHost::GetTesselActions(const mox_h5_module_data* request, int webindex, int callId) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    args["webindex"] = webindex;
-    args["callId"] = callId;
-    return Record("GetTesselActions", args);
+    return Record("GetTesselActions", Args("request", DescribeRequest(request), "webindex",
+                                           webindex, "callId", callId));
 }
 
 bool RecordingHost::GetCurrentCustomerInfo(const mox_h5_module_data* request, int webindex,
                                            int callId) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    args["webindex"] = webindex;
-    args["callId"] = callId;
-    return Record("GetCurrentCustomerInfo", args);
+    return Record("GetCurrentCustomerInfo", Args("request", DescribeRequest(request), "webindex",
+                                                 webindex, "callId", callId));
 }
 
 bool RecordingHost::OpenWindow(const Json::Value& params, const mox_h5_module_data* request) {
-    Json::Value args;
-    args["params"] = params;
-    args["request"] = DescribeRequest(request);
-    return Record("OpenWindow", args);
+    return Record("OpenWindow", Args("params", params, "request", DescribeRequest(request)));
 }
 
 bool RecordingHost::WorkerOnLoad(const mox_h5_module_data* request, std::string pageName,
                                  uint32_t reserved) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    args["pageName"] = pageName;
-    args["reserved"] = reserved;
-    return Record("WorkerOnLoad", args);
+    return Record("WorkerOnLoad", Args("request", DescribeRequest(request), "pageName", pageName,
+                                       "reserved", reserved));
 }
 
 bool RecordingHost::UpdateMsg(const Json::Value& payload, const mox_h5_module_data* request) {
-    Json::Value args;
-    args["payload"] = payload;
-    args["request"] = DescribeRequest(request);
-    return Record("UpdateMsg", args);
+    return Record("UpdateMsg", Args("payload", payload, "request", DescribeRequest(request)));
 }
 
 bool RecordingHost::LogisticOrderSelect(const Json::Value& payload,
                                         const mox_h5_module_data* request, int webindex,
                                         int callId) {
-    Json::Value args;
-    args["payload"] = payload;
-    args["request"] = DescribeRequest(request);
-    args["webindex"] = webindex;
-    args["callId"] = callId;
-    return Record("LogisticOrderSelect", args);
+    return Record("LogisticOrderSelect",
+                  Args("payload", payload, "request", DescribeRequest(request), "webindex",
+                       webindex, "callId", callId));
 }
 
 bool RecordingHost::SelectFile(const std::string& filter, const MoxPageIdentity& page,
                                MoxPageCallbackFn done) {
-    Json::Value args;
-    args["filter"] = filter;
-    args["page"] = DescribePage(page);
     AddPending({"SelectFile", page, done, {}});
-    return Record("SelectFile", args);
+    return Record("SelectFile", Args("filter", filter, "page", DescribePage(page)));
 }
 
 bool RecordingHost::DownloadRemoteFile(const std::string& filePath, const std::string& url,
                                        const std::string& cookie, const MoxPageIdentity& page,
                                        MoxPageCallbackFn done) {
-    Json::Value args;
-    args["filePath"] = filePath;
-    args["url"] = url;
-    args["cookie"] = cookie;
-    args["page"] = DescribePage(page);
     AddPending({"DownloadRemoteFile", page, done, {}});
-    return Record("DownloadRemoteFile", args);
+    return Record("DownloadRemoteFile", Args("filePath", filePath, "url", url, "cookie", cookie,
+                                             "page", DescribePage(page)));
 }
 
 bool RecordingHost::UploadFile(const std::string& url, const std::string& cookie,
                                const std::string& filePath, const std::string& signName,
                                const std::string& signValue, const std::string& fileDataName,
                                const MoxPageIdentity& page, MoxPageCallbackFn done) {
-    Json::Value args;
-    args["url"] = url;
-    args["cookie"] = cookie;
-    args["filePath"] = filePath;
-    args["signName"] = signName;
-    args["signValue"] = signValue;
-    args["fileDataName"] = fileDataName;
-    args["page"] = DescribePage(page);
     AddPending({"UploadFile", page, done, {}});
-    return Record("UploadFile", args);
+    return Record("UploadFile", Args("url", url, "cookie", cookie, "filePath", filePath, "signName",
+                                     signName, "signValue", signValue, "fileDataName", fileDataName,
+                                     "page", DescribePage(page)));
 }
 
 void RecordingHost::ShowToast(int kind, const char* text, size_t length, int durationMs) {
-    Json::Value args;
-    args["kind"] = kind;
-    args["text"] = text ? std::string(text, length) : std::string();
-    args["length"] = static_cast<Json::UInt64>(length);
-    args["durationMs"] = durationMs;
-    Record("ShowToast", args);
+    Record("ShowToast",
+           Args("kind", kind, "text", text ? std::string(text, length) : std::string(), "length",
+                static_cast<Json::UInt64>(length), "durationMs", durationMs));
 }
 
 bool RecordingHost::ShowCommonTip(bool isWorker, std::string title, std::string content,
                                   std::string leftButtonText, std::string rightButtonText,
                                   MoxTipCompletion done) {
-    Json::Value args;
-    args["isWorker"] = isWorker;
-    args["title"] = title;
-    args["content"] = content;
-    args["leftButtonText"] = leftButtonText;
-    args["rightButtonText"] = rightButtonText;
     AddPending({"ShowCommonTip", {}, nullptr, std::move(done)});
-    return Record("ShowCommonTip", args);
+    return Record("ShowCommonTip",
+                  Args("isWorker", isWorker, "title", title, "content", content, "leftButtonText",
+                       leftButtonText, "rightButtonText", rightButtonText));
 }
 
 bool RecordingHost::SaveFile(const std::string& tempFilePath, const MoxPageIdentity& page,
                              MoxPageCallbackFn done) {
-    Json::Value args;
-    args["tempFilePath"] = tempFilePath;
-    args["page"] = DescribePage(page);
     AddPending({"SaveFile", page, done, {}});
-    return Record("SaveFile", args);
+    return Record("SaveFile", Args("tempFilePath", tempFilePath, "page", DescribePage(page)));
 }
 
 bool RecordingHost::HttpPost(int kind, const mox_h5_module_data* request, int webindex,
@@ -430,61 +342,37 @@ bool RecordingHost::HttpPost(int kind, const mox_h5_module_data* request, int we
                              MoxPageCallbackFn done, const std::string& url,
                              const std::string& content, const std::string& cookie,
                              const std::vector<std::string>& headers) {
-    Json::Value args;
-    args["kind"] = kind;
-    args["request"] = DescribeRequest(request);
-    args["webindex"] = webindex;
-    args["callbackid"] = callbackid;
-    args["extra"] = extra;
-    args["url"] = url;
-    args["content"] = content;
-    args["cookie"] = cookie;
-    args["headers"] = Strings(headers);
     if (request) AddPending({"HttpPost", PageIdentityOf(*request), done, {}});
-    return Record("HttpPost", args);
+    return Record("HttpPost",
+                  Args("kind", kind, "request", DescribeRequest(request), "webindex", webindex,
+                       "callbackid", callbackid, "extra", extra, "url", url, "content", content,
+                       "cookie", cookie, "headers", Strings(headers)));
 }
 
 bool RecordingHost::HttpGet(int kind, const mox_h5_module_data* request, int webindex,
                             const std::string& callbackid, const std::string& extra,
                             MoxPageCallbackFn done, const std::string& url,
                             const std::string& content, const std::string& cookie) {
-    Json::Value args;
-    args["kind"] = kind;
-    args["request"] = DescribeRequest(request);
-    args["webindex"] = webindex;
-    args["callbackid"] = callbackid;
-    args["extra"] = extra;
-    args["url"] = url;
-    args["content"] = content;
-    args["cookie"] = cookie;
     if (request) AddPending({"HttpGet", PageIdentityOf(*request), done, {}});
-    return Record("HttpGet", args);
+    return Record("HttpGet", Args("kind", kind, "request", DescribeRequest(request), "webindex",
+                                  webindex, "callbackid", callbackid, "extra", extra, "url", url,
+                                  "content", content, "cookie", cookie));
 }
 
 void RecordingHost::CopyImageToClipboard(const std::string& data) {
-    Json::Value args;
-    args["data"] = data;
-    Record("CopyImageToClipboard", args);
+    Record("CopyImageToClipboard", Args("data", data));
 }
 
 void RecordingHost::RenderJsCallback(const std::string& mallcsid, int webindex,
                                      const std::string& callId, const std::string& data) {
-    Json::Value args;
-    args["mallcsid"] = mallcsid;
-    args["webindex"] = webindex;
-    args["callId"] = callId;
-    args["data"] = data;
-    Record("RenderJsCallback", args);
+    Record("RenderJsCallback",
+           Args("mallcsid", mallcsid, "webindex", webindex, "callId", callId, "data", data));
 }
 
 void RecordingHost::WorkerJsCallback(const std::string& mallcsid, int webindex,
                                      const std::string& callbackid, const std::string& data) {
-    Json::Value args;
-    args["mallcsid"] = mallcsid;
-    args["webindex"] = webindex;
-    args["callbackid"] = callbackid;
-    args["data"] = data;
-    Record("WorkerJsCallback", args);
+    Record("WorkerJsCallback", Args("mallcsid", mallcsid, "webindex", webindex, "callbackid",
+                                    callbackid, "data", data));
 }
 
 void RecordingHost::ShowEasyWnd(bool isWorker, const mox_h5_module_data* request, int webindex,
@@ -511,11 +399,8 @@ void RecordingHost::ShowEasyWnd(bool isWorker, const mox_h5_module_data* request
 
 void RecordingHost::UpdateShielding(const mox_h5_module_data* request,
                                     const std::string& currentUid, const Json::Value& params) {
-    Json::Value args;
-    args["request"] = DescribeRequest(request);
-    args["currentUid"] = currentUid;
-    args["params"] = params;
-    Record("UpdateShielding", args);
+    Record("UpdateShielding",
+           Args("request", DescribeRequest(request), "currentUid", currentUid, "params", params));
 }
 
 std::string RecordingHost::GetMallId(const std::string& mallcsid) {

@@ -6,13 +6,13 @@
 // Thread-safe: calls may arrive from several threads at once.
 #pragma once
 
+#include <json/value.h>
+
 #include <functional>
 #include <map>
 #include <mutex>
 #include <string>
 #include <vector>
-
-#include <json/value.h>
 
 #include "moxh5/host_interfaces.h"
 
@@ -123,8 +123,8 @@ public:
     void CopyImageToClipboard(const std::string& data) override;
     void RenderJsCallback(const std::string& mallcsid, int webindex, const std::string& callId,
                           const std::string& data) override;
-    void WorkerJsCallback(const std::string& mallcsid, int webindex,
-                          const std::string& callbackid, const std::string& data) override;
+    void WorkerJsCallback(const std::string& mallcsid, int webindex, const std::string& callbackid,
+                          const std::string& data) override;
     void ShowEasyWnd(bool isWorker, const mox_h5_module_data* request, int webindex,
                      const std::string& callbackid, MoxPageCallbackFn done,
                      const EasyWndParam& param) override;
@@ -140,7 +140,8 @@ public:
 private:
     bool Record(const std::string& op, Json::Value args);
     void AddPending(PendingPageWork work);
-    std::string SessionValue(const std::string& op, const std::map<std::string, std::string>& values,
+    std::string SessionValue(const std::string& op,
+                             const std::map<std::string, std::string>& values,
                              const std::string& mallcsid);
 
     mutable std::mutex m_mutex;

@@ -16,13 +16,13 @@
 // of the script call being served; it is valid only during the call.
 #pragma once
 
+#include <json/value.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
-
-#include <json/value.h>
 
 #include "moxh5/easy_wnd_param.h"
 #include "moxh5/page_callback.h"
@@ -81,8 +81,7 @@ public:
     virtual bool ShareGoods(const std::string& shareUrl, const std::wstring& goodsName) = 0;
     // The three queries answer the page themselves, under the page's "callID".
     virtual bool GetMallInfo(const mox_h5_module_data* request, int webindex, int callId) = 0;
-    virtual bool GetTesselActions(const mox_h5_module_data* request, int webindex,
-                                  int callId) = 0;
+    virtual bool GetTesselActions(const mox_h5_module_data* request, int webindex, int callId) = 0;
     virtual bool GetCurrentCustomerInfo(const mox_h5_module_data* request, int webindex,
                                         int callId) = 0;
     // `params` holds "title", "url", "width" and "height".
@@ -126,8 +125,8 @@ public:
                           const std::vector<std::string>& headers) = 0;
     virtual bool HttpGet(int kind, const mox_h5_module_data* request, int webindex,
                          const std::string& callbackid, const std::string& extra,
-                         MoxPageCallbackFn done, const std::string& url,
-                         const std::string& content, const std::string& cookie) = 0;
+                         MoxPageCallbackFn done, const std::string& url, const std::string& content,
+                         const std::string& cookie) = 0;
     // `data` is the page's image data text.
     virtual void CopyImageToClipboard(const std::string& data) = 0;
 

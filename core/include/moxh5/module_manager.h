@@ -25,12 +25,12 @@
 // interfaces.
 #pragma once
 
+#include <json/value.h>
+
 #include <map>
 #include <memory>
 #include <string>
 #include <tuple>
-
-#include <json/value.h>
 
 #include "moxh5/export.h"
 #include "moxh5/host_interfaces.h"

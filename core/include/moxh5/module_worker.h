@@ -2,9 +2,9 @@
 // call.
 #pragma once
 
-#include <string>
-
 #include <json/value.h>
+
+#include <string>
 
 #include "moxh5/records.h"
 

@@ -18,10 +18,10 @@
 // Threads: may run on any thread; reads only the installed action interface.
 #pragma once
 
+#include <json/value.h>
+
 #include <cstdint>
 #include <string>
-
-#include <json/value.h>
 
 #include "moxh5/export.h"
 #include "moxh5/records.h"
