@@ -1,0 +1,90 @@
+#include "core/detail/guard.h"
+
+#include "WorkbenchReport.h"
+#include "core/detail/answer.h"
+#include "core/detail/diagnostics.h"
+#include "core/detail/params.h"
+#include "moxh5/module_manager.h"
+
+namespace moxh5::detail {
+namespace {
+
+constexpr int64_t kCopyFailedReportId = 70332;
+
+void ReportCopyFailure(const char* caller) {
+    WorkbenchReport report(kCopyFailedReportId);
+    report.SetTags({{"kv_metric", "refine_json_wrong"}, {"caller", caller}});
+    report.SetCounter("kv_count", 1);
+    report.Report();
+}
+
+}  // namespace
+
+bool RequireRequest(const mox_h5_module_data* data, const CallSite& site) {
+    if (data) return true;
+    LogFalseIn(site);
+    return false;
+}
+
+IH5ActionImplCallBack* RequireActionInterface(Json::Value& answer, const CallSite& site) {
+    IH5ActionImplCallBack* host = MoxModuleManager::GetInstance()->GetCallback();
+    if (host) return host;
+    CMoxLog::MoxLog(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
+                    "[MoxH5] Callback is nullptr");
+    answer[key::kMessage] = text::kNoActionInterface;
+    return nullptr;
+}
+
+const Json::Value* RequireObjectParams(const mox_h5_module_data& data, Json::Value& answer,
+                                       const CallSite& site) {
+    const Json::Value* params = FindCallParams(data.payload);
+    if (params && params->isObject()) return params;
+    if (CMoxLog::IsEnabled(LOG_PRIORITY_ERROR)) {
+        const std::string payloadText =
+            data.payload.isNull() ? std::string() : JsonText(data.payload);
+        CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
+                              "[MoxH5] Invalid params %s", payloadText.c_str());
+    }
+    answer[key::kMessage] = text::kInvalidParams;
+    return nullptr;
+}
+
+CheckedCall RequireCall(const mox_h5_module_data* data, Json::Value& answer, const CallSite& site) {
+    CheckedCall call;
+    if (!RequireRequest(data, site)) return call;
+    call.host = RequireActionInterface(answer, site);
+    if (!call.host) return call;
+    call.params = RequireObjectParams(*data, answer, site);
+    return call;
+}
+
+Json::Value GuardedCopy(const Json::Value& source, const char* caller) noexcept {
+    return GuardedCopyUsing(source, caller, [](const Json::Value& v) { return v; });
+}
+
+Json::Value GuardedCopyUsing(const Json::Value& source, const char* caller,
+                             Json::Value (*copy)(const Json::Value&)) noexcept {
+    try {
+        return copy(source);
+    } catch (...) {
+    }
+    // Reporting allocates too; when memory is that short, the null value is
+    // all that can be done.
+    try {
+        CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, __FILE__, __LINE__, caller,
+                              "refine_json_wrong, caller: %s", caller);
+        ReportCopyFailure(caller);
+    } catch (...) {
+    }
+    return Json::Value();
+}
+
+void UseUnifiedCallback(Json::Value& answer) {
+    if (answer.isObject()) answer.removeMember(key::kNoNeedUnifyCallBack);
+}
+
+bool FeatureEnabled(const mox_h5_module_data& data, const char* key) {
+    return data.configCallback && data.configCallback(key, data.mallcsid, MoxConfigValue(false));
+}
+
+}  // namespace moxh5::detail
