@@ -96,34 +96,78 @@ void RecordingHost::ClearCalls() {
 std::vector<PendingPageWork> RecordingHost::TakePending() {
     std::lock_guard<std::mutex> lock(m_mutex);
     std::vector<PendingPageWork> taken;
-    taken.swap(m_pending);
+    for (PendingSlot& slot : m_pending) {
+        if (slot.taken) continue;
+        slot.taken = true;
+        taken.push_back(slot.work);
+    }
     return taken;
+}
+
+bool RecordingHost::CompletePending(size_t number, bool success, const Json::Value& answer) {
+    PendingPageWork work;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (number == 0 || number > m_pending.size() || m_pending[number - 1].taken) return false;
+        m_pending[number - 1].taken = true;
+        work = m_pending[number - 1].work;
+    }
+    Complete(work, success, answer);
+    return true;
+}
+
+void RecordingHost::Complete(const PendingPageWork& work, bool success, const Json::Value& answer) {
+    if (work.tipDone) {
+        work.tipDone(success, answer);
+    } else if (work.done) {
+        const MoxPageIdentity& p = work.page;
+        work.done(p.isWorker, success, p.webindex, p.mallcsid, p.callbackid, p.workerid, answer);
+    }
+}
+
+void RecordingHost::SetCallObserver(std::function<void(const HostCall&)> observer) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_callObserver = std::move(observer);
+}
+
+void RecordingHost::SetPendingObserver(
+    std::function<void(size_t number, const PendingPageWork&)> observer) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_pendingObserver = std::move(observer);
 }
 
 size_t RecordingHost::CompleteAll(bool success, const Json::Value& answer) {
     std::vector<PendingPageWork> work = TakePending();
-    for (const PendingPageWork& item : work) {
-        if (item.tipDone) {
-            item.tipDone(success, answer);
-        } else if (item.done) {
-            const MoxPageIdentity& p = item.page;
-            item.done(p.isWorker, success, p.webindex, p.mallcsid, p.callbackid, p.workerid,
-                      answer);
-        }
-    }
+    for (const PendingPageWork& item : work) Complete(item, success, answer);
     return work.size();
 }
 
 bool RecordingHost::Record(const std::string& op, Json::Value args) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_calls.push_back({op, std::move(args)});
-    const auto it = m_results.find(op);
-    return it == m_results.end() ? true : it->second;
+    std::function<void(const HostCall&)> observer;
+    HostCall call{op, std::move(args)};
+    bool result = true;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_calls.push_back(call);
+        const auto it = m_results.find(op);
+        if (it != m_results.end()) result = it->second;
+        observer = m_callObserver;
+    }
+    // Observers run outside the lock: they may call back into the host.
+    if (observer) observer(call);
+    return result;
 }
 
 void RecordingHost::AddPending(PendingPageWork work) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_pending.push_back(std::move(work));
+    std::function<void(size_t, const PendingPageWork&)> observer;
+    size_t number = 0;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_pending.push_back({work, false});
+        number = m_pending.size();
+        observer = m_pendingObserver;
+    }
+    if (observer) observer(number, work);
 }
 
 std::string RecordingHost::SessionValue(const std::string& op,
@@ -294,26 +338,29 @@ bool RecordingHost::LogisticOrderSelect(const Json::Value& payload,
 
 bool RecordingHost::SelectFile(const std::string& filter, const MoxPageIdentity& page,
                                MoxPageCallbackFn done) {
-    AddPending({"SelectFile", page, done, {}});
-    return Record("SelectFile", Args("filter", filter, "page", DescribePage(page)));
+    const bool accepted = Record("SelectFile", Args("filter", filter, "page", DescribePage(page)));
+    if (accepted) AddPending({"SelectFile", page, done, {}});
+    return accepted;
 }
 
 bool RecordingHost::DownloadRemoteFile(const std::string& filePath, const std::string& url,
                                        const std::string& cookie, const MoxPageIdentity& page,
                                        MoxPageCallbackFn done) {
-    AddPending({"DownloadRemoteFile", page, done, {}});
-    return Record("DownloadRemoteFile", Args("filePath", filePath, "url", url, "cookie", cookie,
+    const bool accepted = Record("DownloadRemoteFile", Args("filePath", filePath, "url", url, "cookie", cookie,
                                              "page", DescribePage(page)));
+    if (accepted) AddPending({"DownloadRemoteFile", page, done, {}});
+    return accepted;
 }
 
 bool RecordingHost::UploadFile(const std::string& url, const std::string& cookie,
                                const std::string& filePath, const std::string& signName,
                                const std::string& signValue, const std::string& fileDataName,
                                const MoxPageIdentity& page, MoxPageCallbackFn done) {
-    AddPending({"UploadFile", page, done, {}});
-    return Record("UploadFile", Args("url", url, "cookie", cookie, "filePath", filePath, "signName",
+    const bool accepted = Record("UploadFile", Args("url", url, "cookie", cookie, "filePath", filePath, "signName",
                                      signName, "signValue", signValue, "fileDataName", fileDataName,
                                      "page", DescribePage(page)));
+    if (accepted) AddPending({"UploadFile", page, done, {}});
+    return accepted;
 }
 
 void RecordingHost::ShowToast(int kind, const char* text, size_t length, int durationMs) {
@@ -325,16 +372,18 @@ void RecordingHost::ShowToast(int kind, const char* text, size_t length, int dur
 bool RecordingHost::ShowCommonTip(bool isWorker, std::string title, std::string content,
                                   std::string leftButtonText, std::string rightButtonText,
                                   MoxTipCompletion done) {
-    AddPending({"ShowCommonTip", {}, nullptr, std::move(done)});
-    return Record("ShowCommonTip",
+    const bool accepted = Record("ShowCommonTip",
                   Args("isWorker", isWorker, "title", title, "content", content, "leftButtonText",
                        leftButtonText, "rightButtonText", rightButtonText));
+    if (accepted) AddPending({"ShowCommonTip", {}, nullptr, std::move(done)});
+    return accepted;
 }
 
 bool RecordingHost::SaveFile(const std::string& tempFilePath, const MoxPageIdentity& page,
                              MoxPageCallbackFn done) {
-    AddPending({"SaveFile", page, done, {}});
-    return Record("SaveFile", Args("tempFilePath", tempFilePath, "page", DescribePage(page)));
+    const bool accepted = Record("SaveFile", Args("tempFilePath", tempFilePath, "page", DescribePage(page)));
+    if (accepted) AddPending({"SaveFile", page, done, {}});
+    return accepted;
 }
 
 bool RecordingHost::HttpPost(int kind, const mox_h5_module_data* request, int webindex,
@@ -342,21 +391,23 @@ bool RecordingHost::HttpPost(int kind, const mox_h5_module_data* request, int we
                              MoxPageCallbackFn done, const std::string& url,
                              const std::string& content, const std::string& cookie,
                              const std::vector<std::string>& headers) {
-    if (request) AddPending({"HttpPost", PageIdentityOf(*request), done, {}});
-    return Record("HttpPost",
+    const bool accepted = Record("HttpPost",
                   Args("kind", kind, "request", DescribeRequest(request), "webindex", webindex,
                        "callbackid", callbackid, "extra", extra, "url", url, "content", content,
                        "cookie", cookie, "headers", Strings(headers)));
+    if (accepted && request) AddPending({"HttpPost", PageIdentityOf(*request), done, {}});
+    return accepted;
 }
 
 bool RecordingHost::HttpGet(int kind, const mox_h5_module_data* request, int webindex,
                             const std::string& callbackid, const std::string& extra,
                             MoxPageCallbackFn done, const std::string& url,
                             const std::string& content, const std::string& cookie) {
-    if (request) AddPending({"HttpGet", PageIdentityOf(*request), done, {}});
-    return Record("HttpGet", Args("kind", kind, "request", DescribeRequest(request), "webindex",
+    const bool accepted = Record("HttpGet", Args("kind", kind, "request", DescribeRequest(request), "webindex",
                                   webindex, "callbackid", callbackid, "extra", extra, "url", url,
                                   "content", content, "cookie", cookie));
+    if (accepted && request) AddPending({"HttpGet", PageIdentityOf(*request), done, {}});
+    return accepted;
 }
 
 void RecordingHost::CopyImageToClipboard(const std::string& data) {
@@ -393,8 +444,8 @@ void RecordingHost::ShowEasyWnd(bool isWorker, const mox_h5_module_data* request
     p["left"]["action"] = param.left.action;
     p["right"]["text"] = param.right.text;
     p["right"]["action"] = param.right.action;
-    if (request) AddPending({"ShowEasyWnd", PageIdentityOf(*request), done, {}});
     Record("ShowEasyWnd", args);
+    if (request) AddPending({"ShowEasyWnd", PageIdentityOf(*request), done, {}});
 }
 
 void RecordingHost::UpdateShielding(const mox_h5_module_data* request,

@@ -1,7 +1,8 @@
-// A host for tests: implements the action interface and the user centre,
+// A scripted host: implements the action interface and the user centre,
 // records every call with its arguments (as JSON, in call order), answers with
-// scripted results, and keeps the completion functions it is handed so that a
-// test can finish asynchronous work later, on any thread.
+// scripted results, and keeps the completion functions it is handed (when it
+// accepts the work) so that a test can finish asynchronous work later, on any
+// thread. The tests use it, and so does the transcript player (moxh5-play).
 //
 // Thread-safe: calls may arrive from several threads at once.
 #pragma once
@@ -55,6 +56,15 @@ public:
     // Finishes every pending work item with `success` and `answer`; returns
     // how many were finished.
     size_t CompleteAll(bool success, const Json::Value& answer);
+    // Finishes the work item `number` (1 = the first handed over, counting
+    // every item ever received); false when there is no such item or it was
+    // already finished or taken.
+    bool CompletePending(size_t number, bool success, const Json::Value& answer);
+
+    // Called after each host call is recorded, outside the host's lock.
+    void SetCallObserver(std::function<void(const HostCall&)> observer);
+    // Called when the host accepts asynchronous work, with its number.
+    void SetPendingObserver(std::function<void(size_t number, const PendingPageWork&)> observer);
 
     // --- IH5ActionImplCallBack ---
     bool GetPluginVersion(const std::string& pluginId, Json::Value& result) override;
@@ -140,13 +150,20 @@ public:
 private:
     bool Record(const std::string& op, Json::Value args);
     void AddPending(PendingPageWork work);
+    static void Complete(const PendingPageWork& work, bool success, const Json::Value& answer);
     std::string SessionValue(const std::string& op,
                              const std::map<std::string, std::string>& values,
                              const std::string& mallcsid);
 
     mutable std::mutex m_mutex;
     std::vector<HostCall> m_calls;
-    std::vector<PendingPageWork> m_pending;
+    struct PendingSlot {
+        PendingPageWork work;
+        bool taken = false;
+    };
+    std::vector<PendingSlot> m_pending;
+    std::function<void(const HostCall&)> m_callObserver;
+    std::function<void(size_t, const PendingPageWork&)> m_pendingObserver;
     std::map<std::string, bool> m_results;
     Json::Value m_pluginVersionAnswer;
     std::map<std::string, std::string> m_mallIds, m_csIds, m_currentUids;
