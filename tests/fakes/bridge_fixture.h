@@ -6,7 +6,7 @@
 #include <string>
 
 #include "moxh5/module_manager.h"
-#include "tests/fakes/recording_host.h"
+#include "tools/recording_host/recording_host.h"
 
 namespace moxh5::test {
 

@@ -1,4 +1,4 @@
-#include "tests/fakes/recording_host.h"
+#include "tools/recording_host/recording_host.h"
 
 #include "moxh5/platform.h"
 
