@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Sets the machine up, builds the release library and runs the demonstration
-# host, which plays a few page calls and prints what the library answers.
+# Sets the machine up, builds the release library and plays the tour: page
+# calls to every module, with every host operation, page answer, envelope and
+# report printed as it happens (one JSON object per line).
 set -euo pipefail
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$ROOT"
@@ -10,4 +11,4 @@ if [ "${MOXH5_SKIP_SETUP:-0}" != 1 ]; then
 fi
 cmake --preset release >/dev/null
 cmake --build --preset release
-./build/release/bin/moxh5_demo
+./build/release/bin/moxh5-play examples/transcripts/tour.jsonl
