@@ -183,3 +183,51 @@ TEST(ModuleManager, SingletonAccessorsAgree) {
 
 }  // namespace
 }  // namespace moxh5::test
+
+namespace moxh5::test {
+namespace {
+
+class ThrowingWorker : public IModuleWorker {
+public:
+    bool Execute(const mox_module_data*, Json::Value& answer) override {
+        answer["partial"] = true;
+        throw std::bad_alloc();
+    }
+    bool Exist(const std::string&) override { throw std::runtime_error("lookup failed"); }
+};
+
+mox_source_info_t ThrowingModule() {
+    mox_source_info_t info;
+    info.name = "Throwing";
+    info.create_fn = [] {
+        return std::shared_ptr<IModuleWorker>(std::make_shared<ThrowingWorker>());
+    };
+    info.execute_fn = [](std::shared_ptr<IModuleWorker> w, const mox_module_data* d,
+                         Json::Value& a) { return w->Execute(d, a); };
+    info.exist_fn = [](std::shared_ptr<IModuleWorker> w, const std::string& m) {
+        return w->Exist(m);
+    };
+    return info;
+}
+
+// Test that no exception crosses into the host, and that each is logged with its method.
+TEST(ModuleManager, ExceptionsStopAtTheManagerAndAreLogged) {
+    TestManager manager;
+    manager.Register(ThrowingModule());
+    manager.Create();
+    ScopedLogCapture log;
+    Json::Value answer;
+    EXPECT_EQ(manager.Execute("Throwing", MakeCall("explode"), answer),
+              std::make_tuple(true, false));
+    EXPECT_FALSE(manager.Exist(MakeCall("canIUse", ParseJson(R"({"name":"Throwing.x"})"))));
+    const auto lines = log->Matching("[MoxH5] exception in MoxModuleManager::");
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].priority, LOG_PRIORITY_ERROR);
+    EXPECT_NE(lines[0].text.find("Execute, method explode: std::bad_alloc"), std::string::npos)
+        << lines[0].text;
+    EXPECT_NE(lines[1].text.find("Exist, method canIUse: lookup failed"), std::string::npos)
+        << lines[1].text;
+}
+
+}  // namespace
+}  // namespace moxh5::test

@@ -26,6 +26,29 @@ std::vector<std::string> SplitAtPoints(const std::string& text) {
     return parts;
 }
 
+// The method a payload names, for diagnostics; never throws.
+std::string MethodNameOf(const Json::Value& payload) noexcept {
+    try {
+        if (!payload.isObject()) return {};
+        const Json::Value* method = payload.find("method", "method" + 6);
+        return method && method->isString() ? method->asString() : std::string();
+    } catch (...) {
+        return {};
+    }
+}
+
+// Logs an exception that a module let escape; the manager stops it here so
+// that none reaches the host.
+void LogEscapedException(const char* function, const Json::Value& payload,
+                         const char* what) noexcept {
+    try {
+        CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, __FILE__, __LINE__, function,
+                              "[MoxH5] exception in %s, method %s: %s", function,
+                              MethodNameOf(payload).c_str(), what);
+    } catch (...) {
+    }
+}
+
 }  // namespace
 
 template <>
@@ -85,16 +108,35 @@ const MoxModuleManager::ModuleEntry* MoxModuleManager::FindModule(const std::str
 }
 
 std::tuple<bool, bool> MoxModuleManager::Execute(const std::string& name,
-                                                 const mox_module_data& data, Json::Value& answer) {
+                                                 const mox_module_data& data,
+                                                 Json::Value& answer) noexcept {
     const ModuleEntry* entry = FindModule(name);
     if (!entry) return {false, false};
     if (!entry->execute_fn) return {true, false};
-    // The copy keeps the worker alive for the length of the call.
-    std::shared_ptr<IModuleWorker> worker = entry->worker;
-    return {true, entry->execute_fn(std::move(worker), &data, answer)};
+    try {
+        // The copy keeps the worker alive for the length of the call.
+        std::shared_ptr<IModuleWorker> worker = entry->worker;
+        return {true, entry->execute_fn(std::move(worker), &data, answer)};
+    } catch (const std::exception& e) {
+        LogEscapedException("MoxModuleManager::Execute", data.payload, e.what());
+    } catch (...) {
+        LogEscapedException("MoxModuleManager::Execute", data.payload, "unknown exception");
+    }
+    return {true, false};
 }
 
-bool MoxModuleManager::Exist(const mox_h5_module_data& data) {
+bool MoxModuleManager::Exist(const mox_h5_module_data& data) noexcept {
+    try {
+        return ExistUnguarded(data);
+    } catch (const std::exception& e) {
+        LogEscapedException(kExistFunction, data.payload, e.what());
+    } catch (...) {
+        LogEscapedException(kExistFunction, data.payload, "unknown exception");
+    }
+    return false;
+}
+
+bool MoxModuleManager::ExistUnguarded(const mox_h5_module_data& data) {
     const Json::Value* params = moxh5::detail::FindCallParams(data.payload);
     if (!params) {
         MOX_LOG_FALSE_IN(kExistFunction);

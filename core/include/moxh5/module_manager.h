@@ -108,11 +108,17 @@ public:
     // Runs one call on the module `name`. Returns (false, false) and leaves
     // `answer` untouched when no module of that name is registered; otherwise
     // (true, what the module's worker returned).
+    //
+    // No exception leaves Execute or Exist: one that a module lets escape (a
+    // failed allocation, say) is logged at priority 300 with the method name
+    // ("[MoxH5] exception in MoxModuleManager::Execute, method <m>: <what>")
+    // and the call answers (true, false) here, false from Exist; `answer` may
+    // then hold what the handler wrote before the throw.
     std::tuple<bool, bool> Execute(const std::string& name, const mox_module_data& data,
-                                   Json::Value& answer);
+                                   Json::Value& answer) noexcept;
     // Answers the page's "is it available?": payload params "name" is a module
     // name, or "Module.method" (further ".parts" are ignored).
-    bool Exist(const mox_h5_module_data& data);
+    bool Exist(const mox_h5_module_data& data) noexcept;
 
     const Registry& Modules() const { return m_modules; }
 
@@ -127,6 +133,7 @@ protected:
 private:
     friend class CSingleton<MoxModuleManager>;
 
+    bool ExistUnguarded(const mox_h5_module_data& data);
     // The entry that serves `name` (the last registered), or null.
     const ModuleEntry* FindModule(const std::string& name) const;
 
