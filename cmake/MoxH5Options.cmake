@@ -17,6 +17,12 @@ if(MOXH5_SANITIZERS)
     target_link_options(moxh5_options INTERFACE -fsanitize=${MOXH5_SANITIZERS})
 endif()
 
+if(MOXH5_FUZZ)
+    # Coverage feedback for libFuzzer in every object; the fuzz targets link
+    # the fuzzer's main themselves.
+    target_compile_options(moxh5_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 if(WIN32)
     # Unicode Win32 API, no min/max macros, a lean windows.h.
     target_compile_definitions(moxh5_options INTERFACE UNICODE _UNICODE NOMINMAX

@@ -5,6 +5,7 @@
 #   mingw-x64  Windows x86_64 cross build; tests run under Wine
 #   mingw-x86  Windows i686 cross build; its tests run only where 32-bit Wine
 #              is installed, the DLL's export table is checked everywhere
+#   fuzz       a short libFuzzer run over every module (MOXH5_FUZZ_SECONDS)
 # Stops at the first failure. Set MOXH5_SKIP_SETUP=1 to skip the set-up step.
 set -euo pipefail
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -22,6 +23,9 @@ for preset in dev asan mingw-x64; do
     cmake --build --preset "$preset"
     ctest --preset "$preset"
 done
+
+step "fuzz briefly (bash tools/fuzz.sh SECONDS runs longer)"
+bash tools/fuzz.sh "${MOXH5_FUZZ_SECONDS:-60}" 2>&1 | tail -n 6
 
 step "configure, build and test: mingw-x86"
 cmake --preset mingw-x86 >/dev/null

@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/detail/answer.h"
 #include "core/detail/diagnostics.h"
 #include "core/detail/params.h"
 #include "modules/module_adapters.h"
@@ -30,7 +31,8 @@ std::vector<std::string> SplitAtPoints(const std::string& text) {
 std::string MethodNameOf(const Json::Value& payload) noexcept {
     try {
         if (!payload.isObject()) return {};
-        const Json::Value* method = payload.find("method", "method" + 6);
+        const char* name = moxh5::key::kMethod;
+        const Json::Value* method = payload.find(name, name + sizeof(moxh5::key::kMethod) - 1);
         return method && method->isString() ? method->asString() : std::string();
     } catch (...) {
         return {};

@@ -56,6 +56,17 @@ void RecordingHost::SetResult(const std::string& op, bool result) {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_results[op] = result;
 }
+void RecordingHost::SetDefaultResult(bool result) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_defaultResult = result;
+}
+void RecordingHost::Reset() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_calls.clear();
+    m_pending.clear();
+    m_results.clear();
+    m_defaultResult = true;
+}
 void RecordingHost::SetPluginVersionAnswer(Json::Value answer) {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_pluginVersionAnswer = std::move(answer);
@@ -150,7 +161,7 @@ bool RecordingHost::Record(const std::string& op, Json::Value args) {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_calls.push_back(call);
         const auto it = m_results.find(op);
-        if (it != m_results.end()) result = it->second;
+        result = it != m_results.end() ? it->second : m_defaultResult;
         observer = m_callObserver;
     }
     // Observers run outside the lock: they may call back into the host.

@@ -35,8 +35,12 @@ struct PendingPageWork {
 class RecordingHost final : public IH5ActionImplCallBack, public IUserCenter {
 public:
     // --- scripting ---
-    // Result of a bool operation; operations not scripted return true.
+    // Result of a bool operation; operations not scripted return the default
+    // result (true unless changed).
     void SetResult(const std::string& op, bool result);
+    void SetDefaultResult(bool result);
+    // Forgets recorded calls, pending work and scripted results.
+    void Reset();
     // What GetPluginVersion writes into its result.
     void SetPluginVersionAnswer(Json::Value answer);
     // Answers of the user centre (mallcsid -> value; "" key = any session).
@@ -165,6 +169,7 @@ private:
     std::function<void(const HostCall&)> m_callObserver;
     std::function<void(size_t, const PendingPageWork&)> m_pendingObserver;
     std::map<std::string, bool> m_results;
+    bool m_defaultResult = true;
     Json::Value m_pluginVersionAnswer;
     std::map<std::string, std::string> m_mallIds, m_csIds, m_currentUids;
     std::string m_currentMallCsId;
