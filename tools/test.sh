@@ -2,6 +2,7 @@
 # Sets the machine up, then builds and passes every test:
 #   dev        Linux debug build, unit and boundary tests
 #   asan       Linux build with AddressSanitizer + UndefinedBehaviorSanitizer
+#   tsan       Linux build with ThreadSanitizer (the concurrency test above all)
 #   mingw-x64  Windows x86_64 cross build; tests run under Wine
 #   mingw-x86  Windows i686 cross build; its tests run only where 32-bit Wine
 #              is installed, the DLL's export table is checked everywhere
@@ -17,7 +18,7 @@ fi
 
 step() { printf '\n=== %s\n' "$*"; }
 
-for preset in dev asan mingw-x64; do
+for preset in dev asan tsan mingw-x64; do
     step "configure, build and test: $preset"
     cmake --preset "$preset" >/dev/null
     cmake --build --preset "$preset"
