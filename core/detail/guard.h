@@ -26,6 +26,11 @@ bool RequireRequest(const mox_h5_module_data* data, const CallSite& site);
 // nullptr" and "message": "Native impl instance is null.".
 IH5ActionImplCallBack* RequireActionInterface(Json::Value& answer, const CallSite& site);
 
+// RequireRequest then RequireActionInterface: the opening of most handlers.
+// Returns the action interface, or null.
+IH5ActionImplCallBack* RequireRequestAndHost(const mox_h5_module_data* data, Json::Value& answer,
+                                             const CallSite& site);
+
 // The payload's "params" when the payload is an object whose "params" is an
 // object; otherwise null after "[MoxH5] Invalid params <payload text>" and
 // "message": "Invalid params.". Read in place, not copied.

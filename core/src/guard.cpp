@@ -35,6 +35,11 @@ IH5ActionImplCallBack* RequireActionInterface(Json::Value& answer, const CallSit
     return nullptr;
 }
 
+IH5ActionImplCallBack* RequireRequestAndHost(const mox_h5_module_data* data, Json::Value& answer,
+                                             const CallSite& site) {
+    return RequireRequest(data, site) ? RequireActionInterface(answer, site) : nullptr;
+}
+
 const Json::Value* RequireObjectParams(const mox_h5_module_data& data, Json::Value& answer,
                                        const CallSite& site) {
     const Json::Value* params = FindCallParams(data.payload);
@@ -51,8 +56,7 @@ const Json::Value* RequireObjectParams(const mox_h5_module_data& data, Json::Val
 
 CheckedCall RequireCall(const mox_h5_module_data* data, Json::Value& answer, const CallSite& site) {
     CheckedCall call;
-    if (!RequireRequest(data, site)) return call;
-    call.host = RequireActionInterface(answer, site);
+    call.host = RequireRequestAndHost(data, answer, site);
     if (!call.host) return call;
     call.params = RequireObjectParams(*data, answer, site);
     return call;

@@ -1,13 +1,19 @@
 #include "core/detail/params.h"
 
+#include <cstring>
+
 #include "core/detail/answer.h"
 
 namespace moxh5::detail {
 
 const Json::Value* FindCallParams(const Json::Value& payload) {
-    if (!payload.isObject()) return nullptr;
-    const char* name = key::kParams;
-    return payload.find(name, name + sizeof(key::kParams) - 1);
+    return FindMember(payload, key::kParams);
+}
+
+const Json::Value* FindMember(const Json::Value& object, const char* name) {
+    // Json::Value::find asserts on arrays and scalars, so the type comes first.
+    if (!object.isObject()) return nullptr;
+    return object.find(name, name + std::strlen(name));
 }
 
 bool CopyCallParams(const Json::Value& payload, Json::Value& params) noexcept {

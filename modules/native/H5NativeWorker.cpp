@@ -1,6 +1,89 @@
 #include "modules/native/H5NativeWorker.h"
 
-H5NativeWorker::H5NativeWorker() = default;
+// A row whose handler is built, and one whose handler is not built yet.
+#define NATIVE_ROW(name, member, slots, unified, later) \
+    { name, #member, &H5NativeWorker::member, slots, unified, later }
+#define NATIVE_ROW_UNBUILT(name, member, slots, unified, later) \
+    { name, #member, nullptr, slots, unified, later }
+
+namespace {
+
+constexpr H5NativeWorker::Slots kRender = H5NativeWorker::kRenderSlot;
+constexpr H5NativeWorker::Slots kWorker = H5NativeWorker::kWorkerSlot;
+constexpr H5NativeWorker::Slots kBoth = H5NativeWorker::kBothSlots;
+constexpr bool kUnified = true;   // answered through the unified callback
+constexpr bool kOwnPath = false;  // keeps "NoNeedUnifyCallBack"
+constexpr bool kLater = true;     // may answer later ("AsynExec")
+constexpr bool kNow = false;
+
+}  // namespace
+
+// clang-format off
+const std::array<H5NativeWorker::MethodRow, 53> H5NativeWorker::kMethodRows = {{
+    NATIVE_ROW_UNBUILT("AddUserBlackList",        addUserBlackList,          kRender, kOwnPath, kNow),
+    NATIVE_ROW(        "UpdateQuickReply",        updateQuickReply,          kRender, kOwnPath, kNow),
+    NATIVE_ROW(        "ExportQuickReply",        exportQuickReply,          kRender, kOwnPath, kNow),
+    NATIVE_ROW(        "ImportQuickReply",        importQuickReply,          kRender, kOwnPath, kNow),
+    NATIVE_ROW(        "DownQuickReplyModule",    downQuickReplyModule,      kRender, kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("HelpLinkTipsShow",        helpLinkTipsShow,          kRender, kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("HelpBuyModalShow",        helpBuyModalShow,          kRender, kOwnPath, kNow),
+    NATIVE_ROW(        "BusinessReport",          businessReport,            kRender, kOwnPath, kNow),
+    NATIVE_ROW(        "sendVideoShow",           sendVideoShow,             kRender, kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("openWebUseBrowser",       openWebUseBrowser,         kBoth,   kUnified, kNow),
+    NATIVE_ROW(        "sendAddressMsg",          sendAddressMsg,            kRender, kOwnPath, kNow),
+    NATIVE_ROW(        "sendFaseReply",           sendFaseReply,             kRender, kOwnPath, kNow),
+    NATIVE_ROW(        "sendRichContent",         sendRich_GoodsListContent, kRender, kOwnPath, kNow),
+    NATIVE_ROW(        "sendGoodsListRichContent", sendRich_GoodsListContent, kRender, kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("openNewConversation",     openNewConversation,       kBoth,   kUnified, kLater),
+    NATIVE_ROW_UNBUILT("littleMoney",             littleMoney,               kRender, kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("unReadMsgCount",          unReadMsgCount,            kBoth,   kUnified, kNow),
+    NATIVE_ROW_UNBUILT("oneClickUpdate",          oneClickUpdate,            kBoth,   kUnified, kNow),
+    NATIVE_ROW(        "shareGoods",              shareGoods,                kRender, kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("shareGoodsUrl",           shareGoodsUrl,             kRender, kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("openWaitHandleOrder",     openWaitHandleOrder,       kBoth,   kUnified, kNow),
+    NATIVE_ROW_UNBUILT("openGoodsManage",         openGoodsManage,           kBoth,   kUnified, kNow),
+    NATIVE_ROW_UNBUILT("pageChange",              pageChange,                kBoth,   kUnified, kNow),
+    NATIVE_ROW_UNBUILT("sessionExpired",          sessionExpired,            kBoth,   kUnified, kNow),
+    NATIVE_ROW_UNBUILT("windowsDownLoad",         windowsDownLoad,           kBoth,   kUnified, kNow),
+    NATIVE_ROW(        "getMallInfo",             getMallInfo,               kRender, kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("downloadFile",            downloadFile,              kRender, kOwnPath, kNow),
+    NATIVE_ROW(        "getTesselActions",        getTesselActions,          kRender, kOwnPath, kNow),
+    NATIVE_ROW(        "getCurrentCustomerInfo",  getCurrentCustomerInfo,    kRender, kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("checkFileExist",          checkFileExist,            kRender, kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("getPluginVersion",        getPluginVersion,          kRender, kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("selectFile",              selectFile,                kBoth,   kUnified, kLater),
+    NATIVE_ROW_UNBUILT("downloadRemoteFile",      downloadRemoteFile,        kBoth,   kUnified, kLater),
+    NATIVE_ROW_UNBUILT("uploadFile",              uploadFile,                kBoth,   kUnified, kLater),
+    NATIVE_ROW(        "showToast",               showToast,                 kBoth,   kUnified, kNow),
+    NATIVE_ROW(        "showEasyWnd",             showEasyWnd,               kBoth,   kUnified, kLater),
+    NATIVE_ROW(        "showCommonTip",           showCommonTip,             kBoth,   kUnified, kLater),
+    NATIVE_ROW_UNBUILT("saveFile",                saveFile,                  kBoth,   kUnified, kLater),
+    NATIVE_ROW_UNBUILT("removeSavedFile",         removeSavedFile,           kBoth,   kUnified, kNow),
+    NATIVE_ROW(        "openWindow",              openWindow,                kRender, kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("merchantLoadFinish",      merchantLoadFinish,        kRender, kOwnPath, kNow),
+    NATIVE_ROW(        "MainFrameShowTip",        mainFrameShowTip,          kRender, kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("httpError",               httpError,                 kRender, kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("getFileInfo",             getFileInfo,               kBoth,   kUnified, kNow),
+    NATIVE_ROW_UNBUILT("updateKeysSetOfWindows",  updateKeysSetOfWindows,    kBoth,   kOwnPath, kNow),
+    NATIVE_ROW(        "workerOnLoad",            workerOnLoad,              kWorker, kOwnPath, kNow),
+    NATIVE_ROW(        "updateMsg",               updateMsg,                 kBoth,   kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("workOrderReminder",       workOrderReminder,         kRender, kOwnPath, kNow),
+    NATIVE_ROW(        "locateMessage",           locateMessage,             kBoth,   kOwnPath, kNow),
+    NATIVE_ROW(        "logisticOrderSelect",     logisticOrderSelect,       kRender, kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("FeedBackCommon",          feedBack,                  kBoth,   kOwnPath, kNow),
+    NATIVE_ROW_UNBUILT("getWorkbenchVersion",     getWorkbenchVersion,       kBoth,   kUnified, kNow),
+    NATIVE_ROW_UNBUILT("updateShielding",         updateShielding,           kRender, kOwnPath, kNow),
+}};
+// clang-format on
+
+H5NativeWorker::H5NativeWorker() {
+    for (const MethodRow& row : kMethodRows) {
+        std::array<moxh5::detail::PlainHandler, 2>& slots = m_methods[row.name];
+        if (!row.handler) continue;  // listed, not served
+        if (row.slots & kRenderSlot) slots[0] = row.handler;
+        if (row.slots & kWorkerSlot) slots[1] = row.handler;
+    }
+}
 
 bool H5NativeWorker::Execute(const mox_module_data* data, Json::Value& answer) {
     return moxh5::detail::DispatchByContext(m_methods, data, answer,

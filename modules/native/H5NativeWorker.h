@@ -6,18 +6,78 @@
 // that answer through the unified callback remove it first. Every dispatched
 // call is counted with the usage report 91936 before its handler runs.
 //
-// The table is filled as the handlers are built; a name without a handler is
-// answered "Invalid method.".
+// The table (kMethodRows) lists every name the module answers to, in
+// registration order, with the member that serves it. A row whose handler is
+// not built yet keeps its name (Exist knows it) but is answered "Invalid
+// method." in both contexts.
+//
+// The handlers are static members, kept in files by subject:
+//   messaging_handlers.cpp  messages, quick replies, reports, goods sharing
+//   query_handlers.cpp      mall, action list and customer queries
+//   tips_handlers.cpp       toasts, tips, windows, easy windows
+//   page_handlers.cpp       page life cycle and message list
+// They log under this file's name, "H5NativeWorker.cpp" (native_log.h).
 #pragma once
+
+#include <array>
+#include <cstdint>
 
 #include "core/detail/dispatch.h"
 #include "moxh5/module_worker.h"
 
 class H5NativeWorker : public IModuleWorker {
 public:
+    using Handler = bool (*)(const mox_h5_module_data* data, Json::Value& answer);
+
+    // The page contexts a name is served in.
+    enum Slots : uint8_t { kRenderSlot = 1, kWorkerSlot = 2, kBothSlots = 3 };
+
+    struct MethodRow {
+        const char* name;         // JS name, exact and case-sensitive
+        const char* handlerName;  // the member that serves it
+        Handler handler;          // null while that member is not built
+        Slots slots;
+        // The handler removes "NoNeedUnifyCallBack": its answer reaches the
+        // page through the unified callback.
+        bool unified;
+        // The handler may answer later and then sets "AsynExec": true.
+        bool mayAnswerLater;
+    };
+    static const std::array<MethodRow, 53> kMethodRows;
+
     H5NativeWorker();
     bool Execute(const mox_module_data* data, Json::Value& answer) override;
     bool Exist(const std::string& method) override;
+
+    // Messages, quick replies and reports: pass-through to the host.
+    static bool updateQuickReply(const mox_h5_module_data* data, Json::Value& answer);
+    static bool exportQuickReply(const mox_h5_module_data* data, Json::Value& answer);
+    static bool importQuickReply(const mox_h5_module_data* data, Json::Value& answer);
+    static bool downQuickReplyModule(const mox_h5_module_data* data, Json::Value& answer);
+    static bool businessReport(const mox_h5_module_data* data, Json::Value& answer);
+    static bool sendVideoShow(const mox_h5_module_data* data, Json::Value& answer);
+    static bool sendAddressMsg(const mox_h5_module_data* data, Json::Value& answer);
+    static bool sendFaseReply(const mox_h5_module_data* data, Json::Value& answer);
+    static bool sendRich_GoodsListContent(const mox_h5_module_data* data, Json::Value& answer);
+    static bool shareGoods(const mox_h5_module_data* data, Json::Value& answer);
+
+    // Queries the host answers itself, under the page's "callID".
+    static bool getMallInfo(const mox_h5_module_data* data, Json::Value& answer);
+    static bool getTesselActions(const mox_h5_module_data* data, Json::Value& answer);
+    static bool getCurrentCustomerInfo(const mox_h5_module_data* data, Json::Value& answer);
+
+    // Toasts, tips, windows and easy windows.
+    static bool showToast(const mox_h5_module_data* data, Json::Value& answer);
+    static bool mainFrameShowTip(const mox_h5_module_data* data, Json::Value& answer);
+    static bool showCommonTip(const mox_h5_module_data* data, Json::Value& answer);
+    static bool openWindow(const mox_h5_module_data* data, Json::Value& answer);
+    static bool showEasyWnd(const mox_h5_module_data* data, Json::Value& answer);
+
+    // Page life cycle and the message list.
+    static bool workerOnLoad(const mox_h5_module_data* data, Json::Value& answer);
+    static bool updateMsg(const mox_h5_module_data* data, Json::Value& answer);
+    static bool logisticOrderSelect(const mox_h5_module_data* data, Json::Value& answer);
+    static bool locateMessage(const mox_h5_module_data* data, Json::Value& answer);
 
 private:
     moxh5::detail::ContextMethodMap m_methods;

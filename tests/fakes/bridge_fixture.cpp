@@ -30,6 +30,11 @@ mox_h5_module_data MakeCall(const std::string& method, const Json::Value& params
     return call;
 }
 
+bool RunCall(const std::string& module, const mox_h5_module_data& call, Json::Value& answer) {
+    const auto [registered, handled] = ReadySingleton().Execute(module, call, answer);
+    return registered && handled;
+}
+
 Json::Value ParseJson(const std::string& text) {
     Json::CharReaderBuilder builder;
     std::unique_ptr<Json::CharReader> reader(builder.newCharReader());

@@ -43,6 +43,10 @@ mox_h5_module_data MakeCall(const std::string& method,
                             const Json::Value& params = Json::objectValue, bool isWorker = false,
                             const std::string& callbackid = "cb-1");
 
+// Runs `call` on the module `module` of ReadySingleton(); the call's result
+// (false also when the module is not registered).
+bool RunCall(const std::string& module, const mox_h5_module_data& call, Json::Value& answer);
+
 // Parses JSON text; fails the calling test on malformed text.
 Json::Value ParseJson(const std::string& text);
 

@@ -1,0 +1,140 @@
+// Tests of the JSON-to-record binder on records of its own, independent of
+// any page method.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "AJsonUtil.h"
+
+namespace binder_test {
+
+struct Point {
+    int32_t x = -1;
+    int32_t y = -1;
+};
+
+inline bool operator==(const Point& a, const Point& b) { return a.x == b.x && a.y == b.y; }
+
+struct Sample {
+    std::string name = "unnamed";
+    int32_t count = 7;
+    int64_t big = 0;
+    uint8_t small = 0;
+    bool flag = false;
+    Point at;
+    std::vector<int32_t> numbers{9};
+    std::vector<std::string> words;
+    std::vector<bool> switches;
+    std::vector<Point> path;
+    std::vector<std::vector<int32_t>> grid;
+};
+
+}  // namespace binder_test
+
+MOX_AJSON_FIELDS(binder_test::Point, x, y)
+MOX_AJSON_FIELDS(binder_test::Sample, name, count, big, small, flag, at, numbers, words, switches,
+                 path, grid)
+
+namespace moxh5::test {
+namespace {
+
+using binder_test::Point;
+using binder_test::Sample;
+
+// Test that every kind of field binds by name, nested records and arrays included.
+TEST(AJsonBinder, FillsEveryKindOfFieldByName) {
+    Sample s;
+    ajson::Error error;
+    const char* text = R"({
+        "name": "\u4e2d\u6587 \ud83d\ude00 \"q\" \\ \/ \t",
+        "count": -2147483648, "big": 9223372036854775807, "small": 255.0, "flag": true,
+        "at": {"y": 4, "x": 3},
+        "numbers": [1, -2, 3], "words": ["a", "", "\u00e9"], "switches": [true, false, true],
+        "path": [{"x": 1}, {"y": 2}, {}], "grid": [[1, 2], [], [3]],
+        "ignored": {"deep": [1, {"x": "not bound"}, null, true, -0.5e+3]}
+    })";
+    ASSERT_TRUE(AJsonUtil::Bind(text, s, error)) << error.message << " " << error.position;
+    EXPECT_EQ(s.name, "\xE4\xB8\xAD\xE6\x96\x87 \xF0\x9F\x98\x80 \"q\" \\ / \t");
+    EXPECT_EQ(s.count, INT32_MIN);
+    EXPECT_EQ(s.big, INT64_MAX);
+    EXPECT_EQ(s.small, 255);
+    EXPECT_TRUE(s.flag);
+    EXPECT_EQ(s.at, (Point{3, 4}));
+    EXPECT_EQ(s.numbers, (std::vector<int32_t>{1, -2, 3}));
+    EXPECT_EQ(s.words, (std::vector<std::string>{"a", "", "\xC3\xA9"}));
+    EXPECT_EQ(s.switches, (std::vector<bool>{true, false, true}));
+    EXPECT_EQ(s.path, (std::vector<Point>{{1, -1}, {-1, 2}, {-1, -1}}));
+    EXPECT_EQ(s.grid, (std::vector<std::vector<int32_t>>{{1, 2}, {}, {3}}));
+}
+
+// Test that absent and null members keep the record's own values.
+TEST(AJsonBinder, AbsentOrNullMembersKeepDefaults) {
+    Sample s;
+    ajson::Error error;
+    ASSERT_TRUE(AJsonUtil::Bind(R"({"name":null,"at":null,"numbers":null,"other":[]})", s, error));
+    EXPECT_EQ(s.name, "unnamed");
+    EXPECT_EQ(s.count, 7);
+    EXPECT_EQ(s.at, (Point{-1, -1}));
+    EXPECT_EQ(s.numbers, (std::vector<int32_t>{9}));
+}
+
+// Test each failure's reader message and position, and that the target is left untouched.
+TEST(AJsonBinder, FailsWithTheReadersMessageAndPosition) {
+    const struct {
+        const char* text;
+        const char* message;
+        const char* position;
+    } cases[] = {
+        {"", "read object must start with {!", "error at line :1 col :1 msg:"},
+        {"[1]", "read object must start with {!", "error at line :1 col :1 msg:[1]"},
+        {R"({"name": 5})", "not a valid string!", "error at line :1 col :10 msg:5}"},
+        {R"({"name": "\q"})", "not a valid string!", "error at line :1 col :11 msg:\\q\"}"},
+        {R"({"name": "\ud800x"})", "not a valid string!", "error at line :1 col :11 msg:"},
+        {"{\"name\": \"tab\there\"}", "not a valid string!", "error at line :1 col :14 msg:"},
+        {R"({"count": "5"})", "not a valid number!", "error at line :1 col :11 msg:\"5\"}"},
+        {R"({"count": 1.5})", "not a valid number!", "error at line :1 col :11 msg:1.5}"},
+        {R"({"count": 2147483648})", "not a valid number!", "error at line :1 col :11 msg:"},
+        {R"({"small": -1})", "not a valid number!", "error at line :1 col :11 msg:-1}"},
+        {R"({"big": 99999999999999999999})", "not a valid number!", "error at line :1 col :9 msg:"},
+        {R"({"flag": 1})", "not a valid bool!", "error at line :1 col :10 msg:1}"},
+        {R"({"at": [1]})", "read object must start with {!", "error at line :1 col :8 msg:[1]}"},
+        {R"({"numbers": {}})", "read array must start with [!", "error at line :1 col :13 msg:{}}"},
+        {R"({"numbers": [1,]})", "not a valid number!", "error at line :1 col :16 msg:]}"},
+        {R"({1: 2})", "object key must be string", "error at line :1 col :2 msg:1: 2}"},
+        {R"({"count": 1,})", "object key must be string", "error at line :1 col :13 msg:}"},
+        {R"({"count" 1})", "invalid json document!", "error at line :1 col :10 msg:1}"},
+        {R"({"count": 1} x)", "invalid json document!", "error at line :1 col :14 msg:x"},
+        {R"({"other": tru})", "invalid json document!", "error at line :1 col :11 msg:tru}"},
+        {"{\n  \"name\": \"ok\",\n  \"flag\": \"yes\"\n}", "not a valid bool!",
+         "error at line :3 col :11 msg:\"yes\""},
+    };
+    for (const auto& c : cases) {
+        Sample s;
+        s.name = "before";
+        ajson::Error error;
+        EXPECT_FALSE(AJsonUtil::Bind(c.text, s, error)) << c.text;
+        EXPECT_EQ(error.message, c.message) << c.text;
+        EXPECT_EQ(error.position.substr(0, std::string(c.position).size()), c.position) << c.text;
+        EXPECT_EQ(s.name, "before") << "target untouched: " << c.text;
+        EXPECT_EQ(s.count, 7) << c.text;
+    }
+}
+
+// Test that nesting a hostile text deep in a skipped member fails instead of exhausting the stack.
+TEST(AJsonBinder, DeepNestingFailsCleanly) {
+    const std::string deep =
+        R"({"other": )" + std::string(100000, '[') + std::string(100000, ']') + "}";
+    Sample s;
+    ajson::Error error;
+    EXPECT_FALSE(AJsonUtil::Bind(deep, s, error));
+    EXPECT_EQ(error.message, "invalid json document!");
+
+    const std::string nested =
+        R"({"other": )" + std::string(200, '[') + std::string(200, ']') + "}";
+    EXPECT_TRUE(AJsonUtil::Bind(nested, s, error));
+}
+
+}  // namespace
+}  // namespace moxh5::test

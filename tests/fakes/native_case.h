@@ -1,0 +1,91 @@
+// Table-driven native calls: one row says what a page sends and what must
+// come of it (the result, the answer the host reads, the one host operation
+// reached and the arguments it got).
+#pragma once
+
+#include <gtest/gtest.h>
+#include <json/writer.h>
+
+#include <string>
+
+#include "tests/fakes/bridge_fixture.h"
+#include "tests/fakes/capture_sinks.h"
+
+namespace moxh5::test {
+
+enum NativeCaseFlags : unsigned {
+    kFromWorker = 1,     // the call comes from a worker page
+    kNoHost = 2,         // no action interface installed
+    kSwitchOn = 4,       // the configuration callback turns every switch on
+    kHostRefuses = 8,    // the host operation returns false
+    kWithWorkerId = 16,  // the request carries the workerid "w-3"
+};
+
+// Answers that many rows share.
+inline constexpr char kKeptFlag[] = R"({"NoNeedUnifyCallBack":true})";
+inline constexpr char kFlagAndNoHost[] =
+    R"({"NoNeedUnifyCallBack":true,"message":"Native impl instance is null."})";
+inline constexpr char kFlagAndInvalidParams[] =
+    R"({"NoNeedUnifyCallBack":true,"message":"Invalid params."})";
+inline constexpr char kFlagAndInvalidParam[] =
+    R"({"NoNeedUnifyCallBack":true,"message":"Invalid param."})";
+
+struct NativeCase {
+    const char* method;
+    const char* payload;  // the call's payload less "method"
+    bool result;
+    const char* answer;    // the whole answer after the call
+    const char* hostOp;    // the one operation reached, or null for none
+    const char* hostArgs;  // members of its recorded arguments that must match
+    unsigned flags = 0;
+};
+
+// One-line JSON text: readable in failures, and blind to the difference
+// between signed and unsigned numbers of the same value.
+inline std::string Compact(const Json::Value& value) {
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "";
+    return Json::writeString(builder, value);
+}
+
+inline mox_h5_module_data NativeCaseCall(const NativeCase& c) {
+    mox_h5_module_data call = MakeCall(c.method, Json::objectValue, (c.flags & kFromWorker) != 0);
+    call.payload = ParseJson(c.payload);
+    call.payload["method"] = c.method;
+    if (c.flags & kWithWorkerId) call.workerid = "w-3";
+    if (c.flags & kSwitchOn) {
+        call.configCallback = [](const std::string&, const std::string&, const MoxConfigValue&) {
+            return true;
+        };
+    }
+    return call;
+}
+
+inline void ExpectNativeCase(const NativeCase& c) {
+    SCOPED_TRACE(std::string(c.method) + " " + c.payload + " flags " + std::to_string(c.flags));
+    RecordingHost host;
+    if (c.hostOp && (c.flags & kHostRefuses)) host.SetResult(c.hostOp, false);
+    ScopedActionInterface installed((c.flags & kNoHost) ? nullptr : &host);
+    ScopedLogCapture log;
+    ScopedReportCapture reports;
+    const mox_h5_module_data call = NativeCaseCall(c);
+    Json::Value answer;
+    EXPECT_EQ(RunCall("JSCallNative", call, answer), c.result);
+    EXPECT_EQ(Compact(answer), Compact(ParseJson(c.answer)));
+    const std::vector<HostCall> calls = host.Calls();
+    if (!c.hostOp) {
+        EXPECT_TRUE(calls.empty()) << calls.size() << " host calls, first " << calls[0].op;
+        return;
+    }
+    ASSERT_EQ(calls.size(), 1u);
+    EXPECT_EQ(calls[0].op, c.hostOp);
+    if (calls[0].args.isMember("request")) {
+        EXPECT_EQ(calls[0].args["request"], DescribeRequest(&call)) << "the request itself";
+    }
+    const Json::Value expected = ParseJson(c.hostArgs ? c.hostArgs : "{}");
+    for (const std::string& name : expected.getMemberNames()) {
+        EXPECT_EQ(Compact(calls[0].args[name]), Compact(expected[name])) << name;
+    }
+}
+
+}  // namespace moxh5::test

@@ -1,0 +1,159 @@
+// Tests of the native method table: every name, in both page contexts,
+// through the module manager as a host calls it.
+#include <gtest/gtest.h>
+
+#include "modules/native/H5NativeWorker.h"
+#include "tests/fakes/native_case.h"
+
+namespace moxh5::test {
+namespace {
+
+constexpr H5NativeWorker::Slots kRender = H5NativeWorker::kRenderSlot;
+constexpr H5NativeWorker::Slots kWorker = H5NativeWorker::kWorkerSlot;
+constexpr H5NativeWorker::Slots kBoth = H5NativeWorker::kBothSlots;
+constexpr bool kUnified = true, kOwnPath = false, kLater = true, kNow = false;
+
+// The table as pages and hosts rely on it, kept apart from the worker's own:
+// JS name, member, contexts, answered through the unified callback, may answer
+// later, and the host operation a built handler reaches with kProbe (null:
+// not built yet, so not served).
+struct ExpectedRow {
+    const char* name;
+    const char* member;
+    H5NativeWorker::Slots slots;
+    bool unified;
+    bool later;
+    const char* hostOp;
+};
+
+// clang-format off
+const ExpectedRow kRows[] = {
+    {"AddUserBlackList", "addUserBlackList", kRender, kOwnPath, kNow, nullptr},
+    {"UpdateQuickReply", "updateQuickReply", kRender, kOwnPath, kNow, "UpdateQuickReply"},
+    {"ExportQuickReply", "exportQuickReply", kRender, kOwnPath, kNow, "ExportQuickReply"},
+    {"ImportQuickReply", "importQuickReply", kRender, kOwnPath, kNow, "ImportQuickReply"},
+    {"DownQuickReplyModule", "downQuickReplyModule", kRender, kOwnPath, kNow, "DownQuickReplyModule"},
+    {"HelpLinkTipsShow", "helpLinkTipsShow", kRender, kOwnPath, kNow, nullptr},
+    {"HelpBuyModalShow", "helpBuyModalShow", kRender, kOwnPath, kNow, nullptr},
+    {"BusinessReport", "businessReport", kRender, kOwnPath, kNow, "BusinessReport"},
+    {"sendVideoShow", "sendVideoShow", kRender, kOwnPath, kNow, "SendVideoShow"},
+    {"openWebUseBrowser", "openWebUseBrowser", kBoth, kUnified, kNow, nullptr},
+    {"sendAddressMsg", "sendAddressMsg", kRender, kOwnPath, kNow, "SendAddressMsg"},
+    {"sendFaseReply", "sendFaseReply", kRender, kOwnPath, kNow, "SendFaseReply"},
+    {"sendRichContent", "sendRich_GoodsListContent", kRender, kOwnPath, kNow, "SendRichContent"},
+    {"sendGoodsListRichContent", "sendRich_GoodsListContent", kRender, kOwnPath, kNow, "SendRichContent"},
+    {"openNewConversation", "openNewConversation", kBoth, kUnified, kLater, nullptr},
+    {"littleMoney", "littleMoney", kRender, kOwnPath, kNow, nullptr},
+    {"unReadMsgCount", "unReadMsgCount", kBoth, kUnified, kNow, nullptr},
+    {"oneClickUpdate", "oneClickUpdate", kBoth, kUnified, kNow, nullptr},
+    {"shareGoods", "shareGoods", kRender, kOwnPath, kNow, "ShareGoods"},
+    {"shareGoodsUrl", "shareGoodsUrl", kRender, kOwnPath, kNow, nullptr},
+    {"openWaitHandleOrder", "openWaitHandleOrder", kBoth, kUnified, kNow, nullptr},
+    {"openGoodsManage", "openGoodsManage", kBoth, kUnified, kNow, nullptr},
+    {"pageChange", "pageChange", kBoth, kUnified, kNow, nullptr},
+    {"sessionExpired", "sessionExpired", kBoth, kUnified, kNow, nullptr},
+    {"windowsDownLoad", "windowsDownLoad", kBoth, kUnified, kNow, nullptr},
+    {"getMallInfo", "getMallInfo", kRender, kOwnPath, kNow, "GetMallInfo"},
+    {"downloadFile", "downloadFile", kRender, kOwnPath, kNow, nullptr},
+    {"getTesselActions", "getTesselActions", kRender, kOwnPath, kNow, "GetTesselActions"},
+    {"getCurrentCustomerInfo", "getCurrentCustomerInfo", kRender, kOwnPath, kNow, "GetCurrentCustomerInfo"},
+    {"checkFileExist", "checkFileExist", kRender, kOwnPath, kNow, nullptr},
+    {"getPluginVersion", "getPluginVersion", kRender, kOwnPath, kNow, nullptr},
+    {"selectFile", "selectFile", kBoth, kUnified, kLater, nullptr},
+    {"downloadRemoteFile", "downloadRemoteFile", kBoth, kUnified, kLater, nullptr},
+    {"uploadFile", "uploadFile", kBoth, kUnified, kLater, nullptr},
+    {"showToast", "showToast", kBoth, kUnified, kNow, "ShowToast"},
+    {"showEasyWnd", "showEasyWnd", kBoth, kUnified, kLater, "ShowEasyWnd"},
+    {"showCommonTip", "showCommonTip", kBoth, kUnified, kLater, "ShowCommonTip"},
+    {"saveFile", "saveFile", kBoth, kUnified, kLater, nullptr},
+    {"removeSavedFile", "removeSavedFile", kBoth, kUnified, kNow, nullptr},
+    {"openWindow", "openWindow", kRender, kOwnPath, kNow, "OpenWindow"},
+    {"merchantLoadFinish", "merchantLoadFinish", kRender, kOwnPath, kNow, nullptr},
+    {"MainFrameShowTip", "mainFrameShowTip", kRender, kOwnPath, kNow, "ShowToast"},
+    {"httpError", "httpError", kRender, kOwnPath, kNow, nullptr},
+    {"getFileInfo", "getFileInfo", kBoth, kUnified, kNow, nullptr},
+    {"updateKeysSetOfWindows", "updateKeysSetOfWindows", kBoth, kOwnPath, kNow, nullptr},
+    {"workerOnLoad", "workerOnLoad", kWorker, kOwnPath, kNow, "WorkerOnLoad"},
+    {"updateMsg", "updateMsg", kBoth, kOwnPath, kNow, "UpdateMsg"},
+    {"workOrderReminder", "workOrderReminder", kRender, kOwnPath, kNow, nullptr},
+    {"locateMessage", "locateMessage", kBoth, kOwnPath, kNow, "LocateMessage"},
+    {"logisticOrderSelect", "logisticOrderSelect", kRender, kOwnPath, kNow, "LogisticOrderSelect"},
+    {"FeedBackCommon", "feedBack", kBoth, kOwnPath, kNow, nullptr},
+    {"getWorkbenchVersion", "getWorkbenchVersion", kBoth, kUnified, kNow, nullptr},
+    {"updateShielding", "updateShielding", kRender, kOwnPath, kNow, nullptr},
+};
+// clang-format on
+
+// A call every built handler accepts: all keys any of them requires, a
+// top-level "callID", every feature switch on.
+constexpr char kProbe[] =
+    R"({"callID":5,"params":{"title":"t","content":"c","scene":"s","url":"u","width":3,
+        "height":2,"goodsInfo":{},"pageName":"p"}})";
+
+// Test that the worker's table holds these rows in this order, and knows every name.
+TEST(NativeTable, ListsEveryNameInRegistrationOrder) {
+    ASSERT_EQ(H5NativeWorker::kMethodRows.size(), std::size(kRows));
+    H5NativeWorker worker;
+    for (size_t i = 0; i < std::size(kRows); ++i) {
+        const H5NativeWorker::MethodRow& row = H5NativeWorker::kMethodRows[i];
+        SCOPED_TRACE(kRows[i].name);
+        EXPECT_STREQ(row.name, kRows[i].name);
+        EXPECT_STREQ(row.handlerName, kRows[i].member);
+        EXPECT_EQ(row.slots, kRows[i].slots);
+        EXPECT_EQ(row.unified, kRows[i].unified);
+        EXPECT_EQ(row.mayAnswerLater, kRows[i].later);
+        EXPECT_EQ(row.handler != nullptr, kRows[i].hostOp != nullptr);
+        EXPECT_TRUE(worker.Exist(kRows[i].name)) << "listed names exist, built or not";
+    }
+    for (const char* name : {"addUserBlackList", "ShowToast", "mainFrameShowTip", "feedBack", ""}) {
+        EXPECT_FALSE(worker.Exist(name)) << "exact names only: " << name;
+    }
+}
+
+// Test that each name reaches its handler in its contexts only, counted once first, with its flags.
+TEST(NativeTable, EachNameIsServedInItsContextsOnly) {
+    RecordingHost host;
+    ScopedActionInterface installed(&host);
+    for (const ExpectedRow& row : kRows) {
+        for (const bool isWorker : {false, true}) {
+            SCOPED_TRACE(std::string(row.name) + (isWorker ? " from a worker" : " from a render"));
+            host.ClearCalls();
+            host.TakePending();
+            ScopedLogCapture log;
+            ScopedReportCapture reports;
+            Json::Value answer(Json::objectValue);
+            const bool handled =
+                RunCall("JSCallNative",
+                        NativeCaseCall({row.name, kProbe, true, "", nullptr, nullptr,
+                                        kSwitchOn | (isWorker ? kFromWorker : 0u)}),
+                        answer);
+            if (!row.hostOp || (row.slots & (isWorker ? kWorker : kRender)) == 0) {
+                EXPECT_FALSE(handled);
+                EXPECT_EQ(Compact(answer), Compact(ParseJson(R"({"NoNeedUnifyCallBack":true,
+                    "message":"Invalid method.","support":false})")));
+                EXPECT_TRUE(
+                    log->Contains(std::string("[MoxH5] Failed to find method ") + row.name));
+                EXPECT_TRUE(host.Calls().empty());
+                EXPECT_TRUE(reports->Reports().empty());
+                continue;
+            }
+            EXPECT_TRUE(handled);
+            const std::vector<HostCall> calls = host.Calls();
+            ASSERT_EQ(calls.size(), 1u);
+            EXPECT_EQ(calls[0].op, row.hostOp);
+            ASSERT_EQ(reports->Reports().size(), 1u);
+            const WorkbenchReportRecord usage = reports->Reports()[0];
+            EXPECT_EQ(usage.id, 91936);
+            EXPECT_EQ(usage.tags.at("method"), row.name);
+            EXPECT_EQ(usage.tags.at("worker"), isWorker ? "1" : "0");
+            // Exactly the flags of the row, and no failure text.
+            Json::Value flags(Json::objectValue);
+            if (!row.unified) flags["NoNeedUnifyCallBack"] = true;
+            if (row.later) flags["AsynExec"] = true;
+            EXPECT_EQ(Compact(answer), Compact(flags));
+        }
+    }
+}
+
+}  // namespace
+}  // namespace moxh5::test
