@@ -64,3 +64,30 @@ TEST(PlatformProcess, ProcessIdIsStableAndNonZero) {
 
 }  // namespace
 }  // namespace moxh5::test
+
+namespace moxh5::test {
+namespace {
+
+std::wstring g_openedTarget;
+uintptr_t RecordOpen(const std::wstring& target) {
+    g_openedTarget = target;
+    return 42;
+}
+
+// Test that the seam sees the target and its answer is the call's answer.
+TEST(PlatformShell, HookObservesOpensWithoutStartingAnything) {
+    platform::SetShellOpenHook(&RecordOpen);
+    EXPECT_EQ(platform::ShellOpen(L"https://shop.example/\u8ba2\u5355"), 42u);
+    EXPECT_EQ(g_openedTarget, L"https://shop.example/\u8ba2\u5355");
+    platform::SetShellOpenHook(nullptr);
+}
+
+// Test that the real shell refuses what it cannot open, without starting anything.
+TEST(PlatformShell, MissingFilesAndEmptyTargetsFail) {
+    platform::SetShellOpenHook(nullptr);
+    EXPECT_LE(platform::ShellOpen(L""), 32u);
+    EXPECT_LE(platform::ShellOpen(L"moxh5-no-such-file-\u4e0d\u5b58\u5728.exe"), 32u);
+}
+
+}  // namespace
+}  // namespace moxh5::test

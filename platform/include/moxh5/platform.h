@@ -27,4 +27,21 @@ std::optional<std::string> GetEnvironmentText(const std::string& name, size_t ma
 
 uint32_t CurrentProcessId();
 
+// --- shell ---------------------------------------------------------------
+
+// Opens `target` (a URL or a file path) with the desktop's handler, as the
+// shell's "open" verb does, without waiting for it. Returns the shell's code:
+// a value greater than 32 means the handler was started. On Windows it is
+// what ShellExecuteW returned (no owner window, show command 5); elsewhere 42
+// when the desktop's opener (xdg-open) was started detached, 2 for an empty
+// target or a local file that does not exist, and 31 when no opener could be
+// started.
+uintptr_t ShellOpen(const std::wstring& target);
+
+// Replaces ShellOpen for the whole process, so that tests can observe it
+// without starting anything; null restores the real shell. Not thread-safe:
+// set it before the calls it should observe.
+using ShellOpenHook = uintptr_t (*)(const std::wstring& target);
+void SetShellOpenHook(ShellOpenHook hook);
+
 }  // namespace moxh5::platform
