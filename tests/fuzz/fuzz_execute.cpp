@@ -18,6 +18,7 @@
 #include <json/reader.h>
 
 #include "moxh5/module_manager.h"
+#include "moxh5/platform.h"
 #include "tools/recording_host/recording_host.h"
 
 namespace {
@@ -35,6 +36,10 @@ moxh5::test::RecordingHost& Host() {
 
 void StartLibraryOnce() {
     static const bool started = [] {
+        // Pages may ask to open links and files: never start anything here.
+        moxh5::platform::SetShellOpenHook([](const std::wstring& target) -> uintptr_t {
+            return target.empty() ? 2 : 42;
+        });
         MoxModuleManager* manager = MoxModuleManager::GetInstance();
         manager->Init(&Host(), nullptr,
                       [](const std::string&, const std::string&, const MoxConfigValue&) {

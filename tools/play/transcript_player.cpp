@@ -8,6 +8,7 @@
 #include "MoxLog.h"
 #include "WorkbenchReport.h"
 #include "moxh5/module_manager.h"
+#include "moxh5/platform.h"
 
 namespace moxh5::play {
 namespace {
@@ -177,11 +178,31 @@ bool IsSessionAnswers(const Json::Value& value) {
     return true;
 }
 
+// The player never opens links or files for real: a shell-open becomes an
+// event, answered with the scripted code (default 42, a success).
+TranscriptPlayer* g_shellPlayer = nullptr;
+
+uintptr_t RecordShellOpen(const std::wstring& target) {
+    return g_shellPlayer ? g_shellPlayer->ShellOpened(target) : 2;
+}
+
 }  // namespace
+
+uintptr_t TranscriptPlayer::ShellOpened(const std::wstring& target) {
+    Json::Value event;
+    event["event"] = "shell";
+    event["verb"] = "open";
+    event["target"] = platform::WideToUtf8(target);
+    event["result"] = static_cast<Json::UInt64>(m_shellResult);
+    m_emit(event);
+    return m_shellResult;
+}
 
 TranscriptPlayer::TranscriptPlayer(PlayerOptions options, EventSink emit)
     : m_options(options), m_emit(std::move(emit)) {
     m_sinks = InstallSinks(m_options.logThreshold, m_emit);
+    g_shellPlayer = this;
+    platform::SetShellOpenHook(&RecordShellOpen);
     m_host.SetCallObserver([this](const test::HostCall& call) { EmitHostCall(call); });
     m_host.SetPendingObserver([this](size_t number, const test::PendingPageWork& work) {
         Json::Value event;
@@ -342,7 +363,7 @@ bool TranscriptPlayer::Host(const Json::Value& input, int number) {
                                                     {"csId", Kind::Any},
                                                     {"currentUid", Kind::Any},
                                                     {"currentMallCsId", Kind::String},
-                                                    {"pluginVersion", Kind::Any}});
+                                                    {"pluginVersion", Kind::Any}, {"shellResult", Kind::Int}});
     if (!problem.empty()) return Refuse(number, problem);
     for (const char* name : {"results", "switches"}) {
         for (const Json::Value& value : input.get(name, Json::Value(Json::objectValue))) {
@@ -385,6 +406,11 @@ bool TranscriptPlayer::Host(const Json::Value& input, int number) {
     if (input.isMember("currentMallCsId"))
         m_host.SetCurrentMallCsId(input["currentMallCsId"].asString());
     if (input.isMember("pluginVersion")) m_host.SetPluginVersionAnswer(input["pluginVersion"]);
+    if (input.isMember("shellResult")) {
+        const int code = input["shellResult"].asInt();
+        if (code < 0) return Refuse(number, "\"shellResult\" must not be negative");
+        m_shellResult = static_cast<uintptr_t>(code);
+    }
     return true;
 }
 

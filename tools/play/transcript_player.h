@@ -12,6 +12,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <cstdint>
 #include <string>
 
 #include "tools/recording_host/recording_host.h"
@@ -37,6 +38,9 @@ public:
     // (an "error" event names it).
     bool PlayLine(const std::string& line, int number);
 
+    // A shell-open the library asked for: reported, not performed.
+    uintptr_t ShellOpened(const std::wstring& target);
+
 private:
     bool Call(const Json::Value& input, int number);
     bool Exist(const Json::Value& input, int number);
@@ -53,6 +57,7 @@ private:
     bool m_actionInterface = true;
     bool m_userCenter = true;
     bool m_started = false;
+    uintptr_t m_shellResult = 42;
     std::shared_ptr<void> m_sinks;  // restores the previous log and report sinks
 };
 
