@@ -363,7 +363,8 @@ bool TranscriptPlayer::Host(const Json::Value& input, int number) {
                                                     {"csId", Kind::Any},
                                                     {"currentUid", Kind::Any},
                                                     {"currentMallCsId", Kind::String},
-                                                    {"pluginVersion", Kind::Any}, {"shellResult", Kind::Int}});
+                                                    {"pluginVersion", Kind::Any},
+                                                    {"shellResult", Kind::Int}});
     if (!problem.empty()) return Refuse(number, problem);
     for (const char* name : {"results", "switches"}) {
         for (const Json::Value& value : input.get(name, Json::Value(Json::objectValue))) {
