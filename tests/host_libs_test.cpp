@@ -130,6 +130,19 @@ TEST(HostJson, ValueGettersReturnTheValueOrZero) {
     }
 }
 
+// Test the by-index string getter: the element, or "" for anything that is not a string element.
+TEST(HostJson, IndexGetterReadsStringElementsOnly) {
+    const Json::Value list = ParseJson(R"(["a: 1","\u63d0\u793a",3,null,{"s":"x"},["y"]])");
+    const std::string c = "caller";
+    const char* expected[] = {"a: 1", "\xE6\x8F\x90\xE7\xA4\xBA", "", "", "", "", ""};
+    for (Json::ArrayIndex i = 0; i < 7; ++i) {
+        EXPECT_EQ(mox_json::GetJsonValueToString(list, i, c), expected[i]) << i;
+    }
+    for (const char* notArray : {R"({"0":"a"})", "\"text\"", "null", "12"}) {
+        EXPECT_EQ(mox_json::GetJsonValueToString(ParseJson(notArray), 0u, c), "") << notArray;
+    }
+}
+
 // Test the out-argument getters' flags: required logs, keep_default accepts absence.
 TEST(HostJson, OutGettersFollowTheirFlags) {
     const Json::Value obj = ParseJson(R"({"s":"v","i":"not a number"})");

@@ -12,8 +12,9 @@
 #   WINEDEBUG    default -all (no Wine diagnostics mixed into test output).
 #   WINEPATH     extra Windows-side directories searched for DLLs.
 #   MOXH5_WINE   Wine loader to use instead of the automatic choice.
-# Works without DISPLAY for console programs; set DISPLAY (e.g. an Xvfb) for
-# programs that need a window station with a real display.
+# Works without DISPLAY for console programs, the clipboard included (Wine's
+# null display driver keeps it in the wineserver); set DISPLAY (e.g. an Xvfb)
+# for programs that need a real display.
 set -uo pipefail
 
 die() { printf 'wine-run.sh: %s\n' "$*" >&2; exit 127; }

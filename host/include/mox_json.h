@@ -1,7 +1,8 @@
 // Host JSON getters (stand-in with the calls of the host's MOXJson).
 //
-// Each getter reads one member of a JSON object by name. `caller` names the
-// calling function in the diagnostics the getters write.
+// Each getter reads one member of a JSON object by name (one string getter
+// also reads an array element by index). `caller` names the calling function
+// in the diagnostics the getters write.
 //
 // Value-returning forms give the member's value, or the type's zero value
 // ("" / 0 / false) when the container is not an object, the member is absent
@@ -38,6 +39,12 @@ MOXHOST_API bool GetJsonValueToBool(const Json::Value& obj, const std::string& k
 // Windows, UTF-32 elsewhere).
 MOXHOST_API std::wstring GetJsonValueToUtf8WString(const Json::Value& obj, const std::string& key,
                                                    const std::string& caller);
+
+// By index: the element `index` of an array as a string; "" when the
+// container is not an array, the index is out of range or the element is not
+// a string. Never throws, never logs.
+MOXHOST_API std::string GetJsonValueToString(const Json::Value& array, Json::ArrayIndex index,
+                                             const std::string& caller);
 
 MOXHOST_API bool GetJsonValueToString(const Json::Value& obj, const std::string& key,
                                       std::string& out, const std::string& caller, bool required,

@@ -80,6 +80,14 @@ std::string GetJsonValueToString(const Json::Value& obj, const std::string& key,
                                  const std::string&) {
     return ReadValue<std::string>(obj, key);
 }
+std::string GetJsonValueToString(const Json::Value& array, Json::ArrayIndex index,
+                                 const std::string&) {
+    std::string out;
+    // Json::Value::operator[] on a non-array asserts, and on a too large
+    // index of a const array hands out a null value: both are checked first.
+    if (array.isArray() && index < array.size()) Convert(array[index], out);
+    return out;
+}
 int GetJsonValueToInt(const Json::Value& obj, const std::string& key, const std::string&) {
     return ReadValue<int>(obj, key);
 }

@@ -1,13 +1,64 @@
 #include "modules/socket/H5SocketWorker.h"
 
-H5SocketWorker::H5SocketWorker() = default;
+#include "core/detail/diagnostics.h"
+#include "core/detail/guard.h"
+#include "core/detail/params.h"
+#include "mox_json.h"
+
+namespace {
+
+namespace detail = moxh5::detail;
+
+constexpr char kSendFunction[] = "H5SocketWorker::send";
+
+// The params object of a payload, or an empty object for the getters to miss.
+const Json::Value& ParamsOf(const Json::Value& payload) {
+    static const Json::Value none(Json::objectValue);
+    const Json::Value* params = detail::FindCallParams(payload);
+    return params ? *params : none;
+}
+
+}  // namespace
+
+bool getMsgUid(const Json::Value& payload, std::string& uid) {
+    constexpr char kFunction[] = "getMsgUid";
+    if (mox_json::GetJsonValueToString(ParamsOf(payload), "uid", uid, kFunction, true, false)) {
+        return true;
+    }
+    MOX_LOG_JSON(LOG_PRIORITY_WARNING, kFunction, "[MoxH5] Invalid param. Msg:%s", payload);
+    return false;
+}
+
+int64_t getRequestID(const Json::Value& payload) {
+    return mox_json::GetJsonValueToInt64(ParamsOf(payload), "request_id", "getRequestID");
+}
+
+H5SocketWorker::H5SocketWorker() { m_methods.emplace("send", &H5SocketWorker::send); }
 
 bool H5SocketWorker::Execute(const mox_module_data* data, Json::Value& answer) {
-    return moxh5::detail::DispatchPlain(m_methods, data, answer,
-                                        MOX_CALL_SITE("H5SocketWorker::Execute"),
-                                        {/*logUnknownMethod=*/true});
+    return detail::DispatchPlain(m_methods, data, answer, MOX_CALL_SITE("H5SocketWorker::Execute"),
+                                 {/*logUnknownMethod=*/true});
 }
 
 bool H5SocketWorker::Exist(const std::string& method) {
-    return moxh5::detail::MapsMethod(m_methods, method);
+    return detail::MapsMethod(m_methods, method);
+}
+
+bool H5SocketWorker::send(const mox_h5_module_data* data, Json::Value& answer) {
+    const detail::CallSite site = MOX_CALL_SITE(kSendFunction);
+    if (!detail::RequireRequest(data, site)) return false;
+    MOX_TRACE_JSON(kSendFunction, "[MoxH5] Web req SendMessage content: %s", data->payload);
+    IH5ActionImplCallBack* host = detail::RequireActionInterface(answer, site);
+    if (!host) return false;
+    const Json::Value* params = detail::RequireObjectParams(*data, answer, site);
+    if (!params) return false;
+
+    // The command name is the host's business; only a chat message is told apart.
+    const std::string cmd = mox_json::GetJsonValueToString(*params, "cmd", kSendFunction);
+    if (cmd == "send_message") {
+        std::string uid;
+        if (!getMsgUid(data->payload, uid)) return false;
+        return host->SendSocketMessage(data, uid, *params);
+    }
+    return host->SendSocketCommand(data, data->payload, getRequestID(data->payload));
 }

@@ -1,4 +1,12 @@
 // Worker of the module "JSStorage": the clipboard.
+//   "setPasteboard"    - params "type" "text": params "data" (UTF-8) goes on
+//                        the clipboard as Unicode text, confirmed by a toast
+//                        (params "successMsg" / "errorMsg", by default
+//                        "复制成功" / "复制失败"); "type" "image": the host
+//                        copies params "data" and answers the page itself.
+//   "setAllPasteboard" - the host copies the whole page.
+//   "getClipboardData" - true when the clipboard holds something readable;
+//                        the contents are not handed to the page.
 //
 // Unlike the other workers it answers render pages itself: Execute hands each
 // handler an answer function that passes the finished answer to the host's
@@ -6,9 +14,12 @@
 // callback stays silent. Worker pages get no answer from this module.
 // Every call answers exactly once, an unknown method included.
 //
-// Its method table is filled as its methods are built; until then every
-// method is answered "Invalid method.".
+// Text is copied and the clipboard read by the process's clipboard helper
+// (ClipBoardHelper.h), which the worker's constructor installs when none is
+// installed yet.
 #pragma once
+
+#include <functional>
 
 #include "core/detail/dispatch.h"
 #include "moxh5/module_worker.h"
@@ -18,6 +29,13 @@ public:
     H5StorageWorker();
     bool Execute(const mox_module_data* data, Json::Value& answer) override;
     bool Exist(const std::string& method) override;
+
+    static bool setPasteBoard(const mox_h5_module_data* data,
+                              const std::function<bool()>& answer_fn, Json::Value& answer);
+    static bool setAllPasteBoard(const mox_h5_module_data* data,
+                                 const std::function<bool()>& answer_fn, Json::Value& answer);
+    static bool getPasteBoard(const mox_h5_module_data* data,
+                              const std::function<bool()>& answer_fn, Json::Value& answer);
 
 private:
     moxh5::detail::CompletionMethodMap m_methods;

@@ -1,4 +1,4 @@
-// UTF-8 <-> UTF-32 for platforms whose wchar_t is 32-bit.
+// UTF-8 <-> UTF-32 and UTF-32 <-> UTF-16 for platforms whose wchar_t is 32-bit.
 #include <cstdint>
 
 #include "moxh5/platform.h"
@@ -85,6 +85,40 @@ std::string WideToUtf8(std::wstring_view wide) {
     std::string out;
     out.reserve(wide.size());
     for (wchar_t c : wide) EncodeOne(static_cast<char32_t>(static_cast<uint32_t>(c)), out);
+    return out;
+}
+
+std::u16string WideToUtf16(std::wstring_view wide) {
+    std::u16string out;
+    out.reserve(wide.size());
+    for (wchar_t c : wide) {
+        char32_t cp = static_cast<char32_t>(static_cast<uint32_t>(c));
+        if (cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) cp = kReplacement;
+        if (cp < 0x10000) {
+            out += static_cast<char16_t>(cp);
+        } else {
+            cp -= 0x10000;
+            out += static_cast<char16_t>(0xD800 + (cp >> 10));
+            out += static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
+        }
+    }
+    return out;
+}
+
+std::wstring Utf16ToWide(std::u16string_view utf16) {
+    std::wstring out;
+    out.reserve(utf16.size());
+    for (size_t i = 0; i < utf16.size(); ++i) {
+        const char32_t unit = utf16[i];
+        const bool high = unit >= 0xD800 && unit <= 0xDBFF;
+        const bool low = unit >= 0xDC00 && unit <= 0xDFFF;
+        if (high && i + 1 < utf16.size() && utf16[i + 1] >= 0xDC00 && utf16[i + 1] <= 0xDFFF) {
+            const char32_t next = utf16[++i];
+            out += static_cast<wchar_t>(0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00));
+        } else {
+            out += static_cast<wchar_t>((high || low) ? kReplacement : unit);
+        }
+    }
     return out;
 }
 

@@ -1,4 +1,4 @@
-// UTF-8 <-> UTF-16 through the Win32 code-page functions.
+// UTF-8 <-> UTF-16 through the Win32 code-page functions; wchar_t is UTF-16.
 #include <windows.h>
 
 #include <climits>
@@ -26,6 +26,15 @@ std::string WideToUtf8(std::wstring_view wide) {
     std::string out(static_cast<size_t>(size), '\0');
     ::WideCharToMultiByte(CP_UTF8, 0, wide.data(), length, out.data(), size, nullptr, nullptr);
     return out;
+}
+
+// wchar_t is UTF-16 here: the units are copied as they are.
+std::u16string WideToUtf16(std::wstring_view wide) {
+    return std::u16string(wide.begin(), wide.end());
+}
+
+std::wstring Utf16ToWide(std::u16string_view utf16) {
+    return std::wstring(utf16.begin(), utf16.end());
 }
 
 }  // namespace moxh5::platform

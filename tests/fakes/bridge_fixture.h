@@ -34,6 +34,21 @@ private:
     IH5ActionImplCallBack* m_previous;
 };
 
+// Installs `center` as the singleton's user centre for the lifetime of the
+// object and restores the previous one after. The manager takes its user
+// centre only through Init, which registers the modules again; Create then
+// builds the new entries' workers, so the manager keeps serving throughout.
+class ScopedUserCenter {
+public:
+    explicit ScopedUserCenter(IUserCenter* center);
+    ~ScopedUserCenter();
+    ScopedUserCenter(const ScopedUserCenter&) = delete;
+    ScopedUserCenter& operator=(const ScopedUserCenter&) = delete;
+
+private:
+    IUserCenter* m_previous;
+};
+
 // The process-wide manager after Init and Create, done once per test program
 // (Init registers the modules again each time it runs).
 MoxModuleManager& ReadySingleton();

@@ -11,15 +11,21 @@
 // Threads: every function may be called from any thread.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace moxh5::platform {
 
 std::wstring Utf8ToWide(std::string_view utf8);
 std::string WideToUtf8(std::wstring_view wide);
+// The platform's wide text as UTF-16 (as the clipboard stores text) and back;
+// on Windows both are plain copies.
+std::u16string WideToUtf16(std::wstring_view wide);
+std::wstring Utf16ToWide(std::u16string_view utf16);
 
 // The value of an environment variable, or nullopt when it is unset. At most
 // maxChars characters are returned (longer values are cut).
@@ -27,7 +33,95 @@ std::optional<std::string> GetEnvironmentText(const std::string& name, size_t ma
 
 uint32_t CurrentProcessId();
 
-// --- shell ---------------------------------------------------------------
+// ---------------------------------------------------------------------------
+// System information
+
+// The version numbers of the running kernel, each cut to its low 16 bits (on
+// Windows RtlGetNtVersionNumbers, which sets flag bits in the top of the build
+// number; elsewhere the first three numbers of the kernel release). Returns
+// false when the version cannot be asked for, leaving the outputs as they
+// were; true otherwise, also when the system has no such entry point (the
+// outputs then keep their values). Callers zero the outputs first.
+bool GetNtVersionNumbers(uint32_t& majorVersion, uint32_t& minorVersion, uint32_t& buildNumber);
+
+// 64 when the operating system is 64-bit, else 32. A 64-bit build is 64
+// without asking; a 32-bit build asks whether it runs under emulation on a
+// 64-bit system (IsWow64Process2 on Windows 10 and later, else IsWow64Process;
+// elsewhere the kernel's machine name).
+int OsBitness();
+
+// Size of the primary screen in pixels (GetSystemMetrics SM_CXSCREEN and
+// SM_CYSCREEN). Platforms without a display library report 0 x 0.
+struct ScreenSize {
+    int width = 0;
+    int height = 0;
+};
+ScreenSize PrimaryScreenSize();
+
+// ---------------------------------------------------------------------------
+// Clipboard
+//
+// On Windows the system clipboard. Elsewhere a clipboard local to the process
+// with the same rules: one opener at a time (opening fails while another
+// thread has it open; it never waits), data set and read only while open,
+// registered formats numbered from 0xC000 by name (case-insensitive, the same
+// number for the same name), and the text formats CF_TEXT and CF_UNICODETEXT
+// each available when the other was set (converted on read; the narrow
+// encoding there is UTF-8).
+//
+// Format numbers are the Windows ones on every platform. Errors are reported
+// as std::error_code: the Windows error number (GetLastError) on Windows,
+// an errno value elsewhere.
+
+inline constexpr uint32_t kClipboardText = 1;          // CF_TEXT: narrow text, NUL-terminated
+inline constexpr uint32_t kClipboardBitmap = 2;        // CF_BITMAP: a bitmap handle
+inline constexpr uint32_t kClipboardUnicodeText = 13;  // CF_UNICODETEXT: UTF-16, zero-terminated
+inline constexpr uint32_t kClipboardFileList = 15;     // CF_HDROP: a dropped-files list
+
+// Data as the clipboard holds it, opaque to callers: on Windows the data
+// handle (global memory, HBITMAP for CF_BITMAP, HDROP for CF_HDROP);
+// elsewhere the address of the stored data. It belongs to the clipboard:
+// valid until the clipboard changes, never freed by its holder. Empty: no
+// data.
+struct ClipboardHandle {
+    const void* value = nullptr;
+    explicit operator bool() const { return value != nullptr; }
+    friend bool operator==(ClipboardHandle a, ClipboardHandle b) { return a.value == b.value; }
+    friend bool operator!=(ClipboardHandle a, ClipboardHandle b) { return a.value != b.value; }
+};
+
+// The number of the format registered under `name`; 0 on failure.
+uint32_t RegisterClipboardFormatName(const std::string& name);
+
+// Opens the clipboard for the calling thread, with no owner window.
+bool ClipboardOpen(std::error_code& error);
+// Removes everything from the open clipboard.
+bool ClipboardEmpty(std::error_code& error);
+void ClipboardClose();
+// Whether the clipboard holds `format`; needs no opening. (The process-local
+// clipboard answers false while another thread has it open.)
+bool ClipboardHasFormat(uint32_t format);
+// The open clipboard's data of `format`, or an empty handle.
+ClipboardHandle ClipboardGetData(uint32_t format);
+
+// Which step of ClipboardSetBytes failed.
+enum class ClipboardWriteFailure {
+    kNone,
+    kAllocation,  // the memory block for the data could not be made
+    kHandOver,    // the clipboard refused the block (which is then not freed)
+};
+// Puts `size` bytes under `format` on the open clipboard, which owns them
+// from then on.
+ClipboardWriteFailure ClipboardSetBytes(uint32_t format, const void* bytes, size_t size,
+                                        std::error_code& error);
+
+// The text a data handle of a text format holds: bytes up to the first NUL,
+// or 16-bit units up to the first zero unit. Empty for an empty handle.
+std::string ClipboardReadNarrowText(ClipboardHandle data);
+std::u16string ClipboardReadWideText(ClipboardHandle data);
+
+// ---------------------------------------------------------------------------
+// Shell
 
 // Opens `target` (a URL or a file path) with the desktop's handler, as the
 // shell's "open" verb does, without waiting for it. Returns the shell's code:
