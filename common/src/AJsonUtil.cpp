@@ -1,6 +1,7 @@
 #include "AJsonUtil.h"
 
 #include "MoxLog.h"
+#include "moxh5/utf8.h"
 
 namespace moxh5::ajson {
 namespace {
@@ -28,24 +29,6 @@ int HexDigit(char c) {
     if (c >= 'a' && c <= 'f') return c - 'a' + 10;
     if (c >= 'A' && c <= 'F') return c - 'A' + 10;
     return -1;
-}
-
-void AppendUtf8(std::string& out, uint32_t cp) {
-    if (cp < 0x80) {
-        out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
 }
 
 }  // namespace
@@ -262,7 +245,7 @@ bool Reader::ScanString(std::string* out, const char* notAString) {
             unit = 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
             next += 6;
         }
-        if (out) AppendUtf8(*out, unit);
+        if (out) moxh5::utf8::Append(*out, static_cast<char32_t>(unit));
         m_pos = next;
         run = m_pos;
     }

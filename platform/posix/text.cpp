@@ -2,13 +2,14 @@
 #include <cstdint>
 
 #include "moxh5/platform.h"
+#include "moxh5/utf8.h"
 
 static_assert(sizeof(wchar_t) == 4, "the POSIX text layer expects a 32-bit wchar_t");
 
 namespace moxh5::platform {
 namespace {
 
-constexpr char32_t kReplacement = 0xFFFD;
+using utf8::kReplacement;
 
 bool IsContinuation(unsigned char c) { return (c & 0xC0) == 0x80; }
 
@@ -53,25 +54,6 @@ char32_t DecodeOne(std::string_view in, size_t& pos) {
     return cp;
 }
 
-void EncodeOne(char32_t cp, std::string& out) {
-    if (cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) cp = kReplacement;
-    if (cp < 0x80) {
-        out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
-}
-
 }  // namespace
 
 std::wstring Utf8ToWide(std::string_view utf8) {
@@ -84,7 +66,7 @@ std::wstring Utf8ToWide(std::string_view utf8) {
 std::string WideToUtf8(std::wstring_view wide) {
     std::string out;
     out.reserve(wide.size());
-    for (wchar_t c : wide) EncodeOne(static_cast<char32_t>(static_cast<uint32_t>(c)), out);
+    for (wchar_t c : wide) utf8::Append(out, static_cast<char32_t>(static_cast<uint32_t>(c)));
     return out;
 }
 
