@@ -17,6 +17,7 @@
 
 #include <json/reader.h>
 
+#include "MoxLog.h"
 #include "moxh5/module_manager.h"
 #include "moxh5/platform.h"
 #include "tools/recording_host/recording_host.h"
@@ -29,6 +30,13 @@ constexpr size_t kModuleCount = sizeof(kModules) / sizeof(kModules[0]);
 
 bool g_switchesOn = false;
 
+// Takes every line, so that every message is formatted, and keeps none.
+class DiscardingSink final : public IMoxLogSink {
+public:
+    int MaxPriority() const override { return LOG_PRIORITY_DEBUG; }
+    void Write(const MoxLogRecord&) override {}
+};
+
 moxh5::test::RecordingHost& Host() {
     static moxh5::test::RecordingHost host;
     return host;
@@ -36,6 +44,7 @@ moxh5::test::RecordingHost& Host() {
 
 void StartLibraryOnce() {
     static const bool started = [] {
+        CMoxLog::SetSink(std::make_shared<DiscardingSink>());
         // Pages may ask to open links and files: never start anything here.
         moxh5::platform::SetShellOpenHook([](const std::wstring& target) -> uintptr_t {
             return target.empty() ? 2 : 42;
