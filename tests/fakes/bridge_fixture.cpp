@@ -45,4 +45,19 @@ Json::Value ParseJson(const std::string& text) {
     return value;
 }
 
+namespace {
+void InstallUserCenter(IUserCenter* users) {
+    MoxModuleManager& manager = ReadySingleton();
+    manager.Init(users, manager.GetHttpBizMonitor(), manager.GetConfigCallback());
+    manager.Create();
+}
+}  // namespace
+
+ScopedUserCenter::ScopedUserCenter(IUserCenter* users)
+    : m_previous(ReadySingleton().GetUserCenter()) {
+    InstallUserCenter(users);
+}
+
+ScopedUserCenter::~ScopedUserCenter() { InstallUserCenter(m_previous); }
+
 }  // namespace moxh5::test

@@ -50,4 +50,20 @@ bool RunCall(const std::string& module, const mox_h5_module_data& call, Json::Va
 // Parses JSON text; fails the calling test on malformed text.
 Json::Value ParseJson(const std::string& text);
 
+// Hands ReadySingleton() the user centre `users` for the lifetime of the
+// object, then the previous one again. The manager takes a user centre only
+// in Init, which registers the modules once more each time: every scope adds
+// a set of entries (with workers) that serve from then on. Harmless for tests,
+// which read no registry sizes of the singleton.
+class ScopedUserCenter {
+public:
+    explicit ScopedUserCenter(IUserCenter* users);
+    ~ScopedUserCenter();
+    ScopedUserCenter(const ScopedUserCenter&) = delete;
+    ScopedUserCenter& operator=(const ScopedUserCenter&) = delete;
+
+private:
+    IUserCenter* m_previous;
+};
+
 }  // namespace moxh5::test
