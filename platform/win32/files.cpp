@@ -1,8 +1,9 @@
 // Files by wide path: shlwapi for existence, the C runtime for removal and
 // size, so that non-ASCII names need no code-page conversion.
+#include <windows.h>
+// After windows.h, whose definitions they need.
 #include <shlwapi.h>
 #include <sys/stat.h>
-#include <windows.h>
 
 #include <cerrno>
 #include <cstdio>

@@ -1,5 +1,6 @@
-#include <shellapi.h>
 #include <windows.h>
+// After windows.h, whose definitions it needs.
+#include <shellapi.h>
 
 #include "moxh5/platform.h"
 

@@ -11,11 +11,20 @@ std::string Compact(const Json::Value& value) {
     return Json::writeString(builder, value);
 }
 
+// Integers are equal by value: an expected 1 (read as signed) matches an
+// event's unsigned 1 (such as a pending work number or a shell code).
+bool SameInteger(const Json::Value& expected, const Json::Value& actual) {
+    if (expected.isInt64() && actual.isInt64()) return expected.asInt64() == actual.asInt64();
+    if (expected.isUInt64() && actual.isUInt64()) return expected.asUInt64() == actual.asUInt64();
+    return false;
+}
+
 bool IsError(const Json::Value& event) { return event.isObject() && event["event"] == "error"; }
 
 }  // namespace
 
 bool MatchesPartially(const Json::Value& expected, const Json::Value& actual) {
+    if (expected.isIntegral() && actual.isIntegral()) return SameInteger(expected, actual);
     if (!expected.isObject()) return expected == actual;
     if (!actual.isObject()) return false;
     for (const std::string& name : expected.getMemberNames()) {

@@ -8,6 +8,7 @@
 #include "MoxLog.h"
 #include "WorkbenchReport.h"
 #include "moxh5/module_manager.h"
+#include "moxh5/os_seams.h"
 #include "moxh5/platform.h"
 
 namespace moxh5::play {
@@ -202,7 +203,8 @@ TranscriptPlayer::TranscriptPlayer(PlayerOptions options, EventSink emit)
     : m_options(options), m_emit(std::move(emit)) {
     m_sinks = InstallSinks(m_options.logThreshold, m_emit);
     g_shellPlayer = this;
-    platform::SetShellOpenHook(&RecordShellOpen);
+    // The library's own OS layer: on Windows the player's is another copy.
+    MoxH5SetShellOpenHook(&RecordShellOpen);
     m_host.SetCallObserver([this](const test::HostCall& call) { EmitHostCall(call); });
     m_host.SetPendingObserver([this](size_t number, const test::PendingPageWork& work) {
         Json::Value event;
@@ -363,7 +365,8 @@ bool TranscriptPlayer::Host(const Json::Value& input, int number) {
                                                     {"csId", Kind::Any},
                                                     {"currentUid", Kind::Any},
                                                     {"currentMallCsId", Kind::String},
-                                                    {"pluginVersion", Kind::Any}, {"shellResult", Kind::Int}});
+                                                    {"pluginVersion", Kind::Any},
+                                                    {"shellResult", Kind::Int}});
     if (!problem.empty()) return Refuse(number, problem);
     for (const char* name : {"results", "switches"}) {
         for (const Json::Value& value : input.get(name, Json::Value(Json::objectValue))) {
