@@ -2,9 +2,11 @@
 // through the module manager as a host calls it.
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "modules/native/H5NativeWorker.h"
-#include "moxh5/platform.h"
 #include "tests/fakes/native_case.h"
+#include "tests/fakes/platform_fakes.h"
 
 namespace moxh5::test {
 namespace {
@@ -95,38 +97,23 @@ constexpr char kProbe[] =
 // Built handlers whose answer to kProbe holds more than the row's flags: the
 // result and the further members. The two file handlers find no file; the
 // feedback finds no user centre (the test manager has none).
-struct ProbeOutcome {
-    const char* name;
-    bool result;
-    const char* answer;
+const std::map<std::string, std::pair<bool, const char*>> kProbeOutcomes = {
+    {"openWaitHandleOrder", {true, R"({"message":"open ok"})"}},
+    {"openGoodsManage", {true, R"({"message":"open ok"})"}},
+    {"pageChange", {true, R"({"message":"pagechange ok"})"}},
+    {"windowsDownLoad", {true, R"({"message":"download ok"})"}},
+    {"oneClickUpdate", {true, R"({"message":"update ok"})"}},
+    {"removeSavedFile", {false, R"({"message":"file not exist."})"}},
+    {"getFileInfo", {false, R"({"message":"get file info failed."})"}},
+    {"FeedBackCommon", {false, "{}"}},
+    {"getWorkbenchVersion", {true, R"({"data":{"WorkbenchVersion":"3.4.8.3"}})"}},
 };
-const ProbeOutcome kProbeOutcomes[] = {
-    {"openWaitHandleOrder", true, R"({"message":"open ok"})"},
-    {"openGoodsManage", true, R"({"message":"open ok"})"},
-    {"pageChange", true, R"({"message":"pagechange ok"})"},
-    {"windowsDownLoad", true, R"({"message":"download ok"})"},
-    {"oneClickUpdate", true, R"({"message":"update ok"})"},
-    {"removeSavedFile", false, R"({"message":"file not exist."})"},
-    {"getFileInfo", false, R"({"message":"get file info failed."})"},
-    {"FeedBackCommon", false, "{}"},
-    {"getWorkbenchVersion", true, R"({"data":{"WorkbenchVersion":"3.4.8.3"}})"},
-};
-
-ProbeOutcome ProbeOutcomeOf(const char* name) {
-    for (const ProbeOutcome& outcome : kProbeOutcomes) {
-        if (std::string(outcome.name) == name) return outcome;
-    }
-    return {name, true, "{}"};
-}
 
 std::string JoinedOps(const std::vector<HostCall>& calls) {
     std::string ops;
     for (const HostCall& call : calls) ops += (ops.empty() ? "" : ",") + call.op;
     return ops;
 }
-
-// Links the probe asks to open succeed without starting anything.
-uintptr_t PretendShellOpen(const std::wstring&) { return 42; }
 
 // Test that the worker's table holds these rows in this order, and knows every name.
 TEST(NativeTable, ListsEveryNameInRegistrationOrder) {
@@ -152,7 +139,7 @@ TEST(NativeTable, ListsEveryNameInRegistrationOrder) {
 TEST(NativeTable, EachNameIsServedInItsContextsOnly) {
     RecordingHost host;
     ScopedActionInterface installed(&host);
-    platform::SetShellOpenHook(&PretendShellOpen);
+    ScopedShellRecorder shell;  // links the probe opens succeed, and start nothing
     for (const ExpectedRow& row : kRows) {
         for (const bool isWorker : {false, true}) {
             SCOPED_TRACE(std::string(row.name) + (isWorker ? " from a worker" : " from a render"));
@@ -176,8 +163,11 @@ TEST(NativeTable, EachNameIsServedInItsContextsOnly) {
                 EXPECT_TRUE(reports->Reports().empty());
                 continue;
             }
-            const ProbeOutcome outcome = ProbeOutcomeOf(row.name);
-            EXPECT_EQ(handled, outcome.result);
+            const auto special = kProbeOutcomes.find(row.name);
+            const auto [result, extra] = special != kProbeOutcomes.end()
+                                             ? special->second
+                                             : std::pair<bool, const char*>{true, "{}"};
+            EXPECT_EQ(handled, result);
             EXPECT_EQ(JoinedOps(host.Calls()), row.hostOp);
             ASSERT_EQ(reports->Reports().size(), 1u);
             const WorkbenchReportRecord usage = reports->Reports()[0];
@@ -185,13 +175,12 @@ TEST(NativeTable, EachNameIsServedInItsContextsOnly) {
             EXPECT_EQ(usage.tags.at("method"), row.name);
             EXPECT_EQ(usage.tags.at("worker"), isWorker ? "1" : "0");
             // Exactly the flags of the row, and what the outcome adds.
-            Json::Value expected = ParseJson(outcome.answer);
+            Json::Value expected = ParseJson(extra);
             if (!row.unified) expected["NoNeedUnifyCallBack"] = true;
             if (row.later) expected["AsynExec"] = true;
             EXPECT_EQ(Compact(answer), Compact(expected));
         }
     }
-    platform::SetShellOpenHook(nullptr);
 }
 
 }  // namespace
