@@ -16,6 +16,9 @@
 //   query_handlers.cpp      mall, action list and customer queries
 //   tips_handlers.cpp       toasts, tips, windows, easy windows
 //   page_handlers.cpp       page life cycle and message list
+//   file_handlers.cpp       local files
+//   navigation_handlers.cpp page navigation and links opened in the shell
+//   feedback_handlers.cpp   feedback, workbench version, shielding
 // They log under this file's name, "H5NativeWorker.cpp" (native_log.h).
 #pragma once
 
@@ -78,6 +81,29 @@ public:
     static bool updateMsg(const mox_h5_module_data* data, Json::Value& answer);
     static bool logisticOrderSelect(const mox_h5_module_data* data, Json::Value& answer);
     static bool locateMessage(const mox_h5_module_data* data, Json::Value& answer);
+
+    // Local files.
+    static bool checkFileExist(const mox_h5_module_data* data, Json::Value& answer);
+    static bool getPluginVersion(const mox_h5_module_data* data, Json::Value& answer);
+    static bool selectFile(const mox_h5_module_data* data, Json::Value& answer);
+    static bool downloadRemoteFile(const mox_h5_module_data* data, Json::Value& answer);
+    static bool uploadFile(const mox_h5_module_data* data, Json::Value& answer);
+    static bool saveFile(const mox_h5_module_data* data, Json::Value& answer);
+    static bool removeSavedFile(const mox_h5_module_data* data, Json::Value& answer);
+    static bool getFileInfo(const mox_h5_module_data* data, Json::Value& answer);
+
+    // Page navigation and links opened in the shell.
+    static bool openWaitHandleOrder(const mox_h5_module_data* data, Json::Value& answer);
+    static bool openGoodsManage(const mox_h5_module_data* data, Json::Value& answer);
+    static bool pageChange(const mox_h5_module_data* data, Json::Value& answer);
+    static bool sessionExpired(const mox_h5_module_data* data, Json::Value& answer);
+    static bool windowsDownLoad(const mox_h5_module_data* data, Json::Value& answer);
+    static bool oneClickUpdate(const mox_h5_module_data* data, Json::Value& answer);
+
+    // Feedback to the host's message centre, the version, shielding.
+    static bool feedBack(const mox_h5_module_data* data, Json::Value& answer);
+    static bool getWorkbenchVersion(const mox_h5_module_data* data, Json::Value& answer);
+    static bool updateShielding(const mox_h5_module_data* data, Json::Value& answer);
 
 private:
     moxh5::detail::ContextMethodMap m_methods;

@@ -1,4 +1,6 @@
 #include <windows.h>
+// After windows.h, whose definitions it needs.
+#include <shellapi.h>
 
 // After windows.h, which it needs.
 #include <shellapi.h>

@@ -49,6 +49,8 @@ void StartLibraryOnce() {
         moxh5::platform::SetShellOpenHook([](const std::wstring& target) -> uintptr_t {
             return target.empty() ? 2 : 42;
         });
+        // Nor delete any file a mutated path happens to name.
+        moxh5::platform::SetRemoveFileHook([](const std::wstring&) { return 0; });
         MoxModuleManager* manager = MoxModuleManager::GetInstance();
         manager->Init(&Host(), nullptr,
                       [](const std::string&, const std::string&, const MoxConfigValue&) {

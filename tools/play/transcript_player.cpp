@@ -8,6 +8,7 @@
 #include "MoxLog.h"
 #include "WorkbenchReport.h"
 #include "moxh5/module_manager.h"
+#include "moxh5/os_seams.h"
 #include "moxh5/platform.h"
 
 namespace moxh5::play {
@@ -202,7 +203,8 @@ TranscriptPlayer::TranscriptPlayer(PlayerOptions options, EventSink emit)
     : m_options(options), m_emit(std::move(emit)) {
     m_sinks = InstallSinks(m_options.logThreshold, m_emit);
     g_shellPlayer = this;
-    platform::SetShellOpenHook(&RecordShellOpen);
+    // The library's own OS layer: on Windows the player's is another copy.
+    MoxH5SetShellOpenHook(&RecordShellOpen);
     m_host.SetCallObserver([this](const test::HostCall& call) { EmitHostCall(call); });
     m_host.SetPendingObserver([this](size_t number, const test::PendingPageWork& work) {
         Json::Value event;

@@ -138,4 +138,52 @@ uintptr_t ShellOpen(const std::wstring& target);
 using ShellOpenHook = uintptr_t (*)(const std::wstring& target);
 void SetShellOpenHook(ShellOpenHook hook);
 
+// --- files ---------------------------------------------------------------
+
+// Paths are wide strings. Windows hands them to the wide Win32 and C runtime
+// functions as they are, so any file name the file system holds is reachable;
+// elsewhere they are converted to UTF-8, the file-name encoding of POSIX
+// desktops.
+
+// Whether a file or directory exists at `path` (PathFileExistsW on Windows).
+bool FileExists(const std::wstring& path);
+
+// Removes the file at `path` (_wremove on Windows, unlink elsewhere): 0 on
+// success, otherwise the C runtime's error number. A directory is never
+// removed: that fails on every platform.
+int RemoveFile(const std::wstring& path);
+
+// Replaces RemoveFile for the whole process, so that callers that must not
+// delete anything (the fuzzer) or tests that observe removals can take it
+// over; null restores the real removal. Not thread-safe: set it before the
+// calls it should observe.
+using RemoveFileHook = int (*)(const std::wstring& path);
+void SetRemoveFileHook(RemoveFileHook hook);
+
+// The size in bytes of the regular file at `path` (links followed); nullopt
+// when there is none (missing, a directory, a device) or the query fails.
+std::optional<uint64_t> RegularFileSize(const std::wstring& path);
+
+// --- window messages -----------------------------------------------------
+
+enum class PostResult : uint8_t {
+    kPosted,          // the message is in the window's queue
+    kRefused,         // no such window, or its queue is full
+    kNoWindowSystem,  // the platform has no windows to post to (POSIX)
+};
+
+// Posts `message` with its two parameters to the window `window` (an HWND)
+// without waiting for it (PostMessageW). A zero window is refused: PostMessageW
+// would post to the calling thread instead. Whatever the parameters point to
+// belongs to the receiver only when the result is kPosted.
+PostResult PostWindowMessage(uintptr_t window, uint32_t message, uintptr_t wParam, intptr_t lParam);
+
+// Replaces PostWindowMessage for the whole process, so that tests can observe
+// posts (and take the parameters' ownership) where no window exists; null
+// restores the real post. Not thread-safe: set it before the calls it should
+// observe.
+using PostWindowMessageHook = PostResult (*)(uintptr_t window, uint32_t message, uintptr_t wParam,
+                                             intptr_t lParam);
+void SetPostWindowMessageHook(PostWindowMessageHook hook);
+
 }  // namespace moxh5::platform

@@ -1,0 +1,221 @@
+// Local files: whether a file exists, a plug-in's version, choosing,
+// downloading, uploading, saving, removing and sizing files.
+//
+// Two answer paths meet here. "checkFileExist" and "getPluginVersion" answer
+// the page directly through RenderJsCallback under the page's own "callID"
+// (render pages only), so they keep "NoNeedUnifyCallBack". The others answer
+// through the unified callback: the four the host performs ("selectFile",
+// "downloadRemoteFile", "uploadFile", "saveFile") finish later, when the host
+// calls callBackToWebPage with the page identity it was handed; the two the
+// library performs itself ("removeSavedFile", "getFileInfo") answer at once
+// and need no host.
+//
+// Paths arrive as UTF-8 and reach the file system as wide strings, so that
+// non-ASCII (Chinese) file names work on Windows.
+#include "core/detail/answer.h"
+#include "core/detail/diagnostics.h"
+#include "core/detail/guard.h"
+#include "modules/native/H5NativeWorker.h"
+#include "modules/native/native_log.h"
+#include "mox_json.h"
+#include "moxh5/page_callback.h"
+#include "moxh5/platform.h"
+
+namespace {
+
+namespace key = moxh5::key;
+namespace text = moxh5::text;
+using moxh5::detail::RequireCall;
+using moxh5::detail::RequireObjectParams;
+using moxh5::detail::RequireRequest;
+using moxh5::detail::UseUnifiedCallback;
+using moxh5::platform::Utf8ToWide;
+
+constexpr char kFileNotExist[] = "file not exist.";
+constexpr char kFilePathEmpty[] = "file path is empty.";
+constexpr char kRemoveFailed[] = "remove failed.";
+constexpr char kFileInfoFailed[] = "get file info failed.";
+
+std::string ReadString(const Json::Value& params, const char* name, const char* function) {
+    return mox_json::GetJsonValueToString(params, name, function);
+}
+
+// Answers a render page under the "callID" it chose itself.
+void AnswerUnderCallId(IH5ActionImplCallBack& host, const mox_h5_module_data& data,
+                       const Json::Value& params, const char* function, const Json::Value& result) {
+    host.RenderJsCallback(data.mallcsid, data.webindex, ReadString(params, "callID", function),
+                          moxh5::detail::JsonText(result));
+}
+
+// The opening of the two handlers that work on the file system themselves:
+// no host needed. Returns the params, or null.
+const Json::Value* RequireLocalFileCall(const mox_h5_module_data* data, Json::Value& answer,
+                                        const moxh5::detail::CallSite& site) {
+    UseUnifiedCallback(answer);
+    if (!RequireRequest(data, site)) return nullptr;
+    return RequireObjectParams(*data, answer, site);
+}
+
+}  // namespace
+
+bool H5NativeWorker::checkFileExist(const mox_h5_module_data* data, Json::Value& answer) {
+    constexpr char kFunction[] = "H5NativeWorker::checkFileExist";
+    const auto call = RequireCall(data, answer, NATIVE_SITE(kFunction));
+    if (!call) return false;
+
+    bool found = false;
+    std::wstring path;
+    if (mox_json::GetJsonValueToUtf8WString(*call.params, "filePathName", path, kFunction, true,
+                                            false)) {
+        found = moxh5::platform::FileExists(path);
+        if (found) {
+            NATIVE_LOG_W(LOG_PRIORITY_INFO, L"H5NativeWorker::checkFileExist",
+                         L"[MoxH5] Find file[%ls]", path.c_str());
+        }
+    }
+    Json::Value result(Json::objectValue);
+    result["finded"] = found;  // spelled so on purpose: pages read this key
+    AnswerUnderCallId(*call.host, *data, *call.params, kFunction, result);
+    return true;
+}
+
+bool H5NativeWorker::getPluginVersion(const mox_h5_module_data* data, Json::Value& answer) {
+    constexpr char kFunction[] = "H5NativeWorker::getPluginVersion";
+    const auto call = RequireCall(data, answer, NATIVE_SITE(kFunction));
+    if (!call) return false;
+
+    std::string pluginId;
+    if (mox_json::GetJsonValueToString(*call.params, "pluginID", pluginId, kFunction, true,
+                                       false)) {
+        NATIVE_LOG_W(LOG_PRIORITY_INFO, L"H5NativeWorker::getPluginVersion",
+                     L"[MoxH5] Get Plugin[%ls] version.", Utf8ToWide(pluginId).c_str());
+    }
+    Json::Value version;  // the host fills it; null when it does not
+    call.host->GetPluginVersion(pluginId, version);
+    AnswerUnderCallId(*call.host, *data, *call.params, kFunction, version);
+    return true;
+}
+
+bool H5NativeWorker::selectFile(const mox_h5_module_data* data, Json::Value& answer) {
+    constexpr char kFunction[] = "H5NativeWorker::selectFile";
+    UseUnifiedCallback(answer);
+    const auto call = RequireCall(data, answer, NATIVE_SITE(kFunction));
+    if (!call) return false;
+    NATIVE_TRACE_JSON(kFunction, "[MoxH5] Web req SelectFile content: %s", data->payload);
+
+    const std::string filter = ReadString(*call.params, "filter", kFunction);
+    NATIVE_LOG_W(LOG_PRIORITY_INFO, L"H5NativeWorker::selectFile", L"[MoxH5] Get filter[%ls]",
+                 Utf8ToWide(filter).c_str());
+    call.host->SelectFile(filter, PageIdentityOf(*data), &callBackToWebPage);
+    answer[key::kAsynExec] = true;
+    return true;
+}
+
+// An empty "cookie" is allowed; an empty "url" or "filePath" is not.
+bool H5NativeWorker::downloadRemoteFile(const mox_h5_module_data* data, Json::Value& answer) {
+    constexpr char kFunction[] = "H5NativeWorker::downloadRemoteFile";
+    UseUnifiedCallback(answer);
+    const auto call = RequireCall(data, answer, NATIVE_SITE(kFunction));
+    if (!call) return false;
+    NATIVE_TRACE_JSON(kFunction, "[MoxH5] Web req downloadRemoteFile content: %s", data->payload);
+
+    const std::string filePath = ReadString(*call.params, "filePath", kFunction);
+    const std::string url = ReadString(*call.params, "url", kFunction);
+    const std::string cookie = ReadString(*call.params, "cookie", kFunction);
+    NATIVE_LOG_W(LOG_PRIORITY_INFO, L"H5NativeWorker::downloadRemoteFile",
+                 L"[MoxH5] H5 download url[%ls], path[%ls]", Utf8ToWide(url).c_str(),
+                 Utf8ToWide(filePath).c_str());
+    if (url.empty() || filePath.empty()) {
+        answer[key::kMessage] = text::kInvalidParam;
+        return false;
+    }
+    call.host->DownloadRemoteFile(filePath, url, cookie, PageIdentityOf(*data), &callBackToWebPage);
+    answer[key::kAsynExec] = true;
+    return true;
+}
+
+// The six values go to the host as the page sent them, empty ones included.
+bool H5NativeWorker::uploadFile(const mox_h5_module_data* data, Json::Value& answer) {
+    constexpr char kFunction[] = "H5NativeWorker::uploadFile";
+    UseUnifiedCallback(answer);
+    const auto call = RequireCall(data, answer, NATIVE_SITE(kFunction));
+    if (!call) return false;
+    NATIVE_TRACE_JSON(kFunction, "[MoxH5] Web req UploadFile content: %s", data->payload);
+
+    const Json::Value& params = *call.params;
+    const std::string url = ReadString(params, "url", kFunction);
+    const std::string cookie = ReadString(params, "cookie", kFunction);
+    const std::string filePath = ReadString(params, "filePath", kFunction);
+    const std::string signName = ReadString(params, "signName", kFunction);
+    const std::string signValue = ReadString(params, "signValue", kFunction);
+    const std::string fileDataName = ReadString(params, "fileDataName", kFunction);
+    call.host->UploadFile(url, cookie, filePath, signName, signValue, fileDataName,
+                          PageIdentityOf(*data), &callBackToWebPage);
+    answer[key::kAsynExec] = true;
+    return true;
+}
+
+bool H5NativeWorker::saveFile(const mox_h5_module_data* data, Json::Value& answer) {
+    constexpr char kFunction[] = "H5NativeWorker::saveFile";
+    UseUnifiedCallback(answer);
+    const auto call = RequireCall(data, answer, NATIVE_SITE(kFunction));
+    if (!call) return false;
+    NATIVE_TRACE_JSON(kFunction, "[MoxH5] Web req SaveFile content: %s", data->payload);
+
+    const std::string tempFilePath = ReadString(*call.params, "tempFilePath", kFunction);
+    if (tempFilePath.empty()) {
+        answer[key::kMessage] = text::kInvalidParam;
+        return false;
+    }
+    call.host->SaveFile(tempFilePath, PageIdentityOf(*data), &callBackToWebPage);
+    answer[key::kAsynExec] = true;
+    return true;
+}
+
+// Removes a file, never a directory: a directory exists, but its removal
+// fails ("remove failed.").
+bool H5NativeWorker::removeSavedFile(const mox_h5_module_data* data, Json::Value& answer) {
+    constexpr char kFunction[] = "H5NativeWorker::removeSavedFile";
+    const Json::Value* params = RequireLocalFileCall(data, answer, NATIVE_SITE(kFunction));
+    if (!params) return false;
+    NATIVE_TRACE_JSON(kFunction, "[MoxH5] Web req RemoveFile content: %s", data->payload);
+
+    const std::string filePath = ReadString(*params, "filePath", kFunction);
+    if (filePath.empty()) {
+        answer[key::kMessage] = kFilePathEmpty;
+        return false;
+    }
+    const std::wstring widePath = Utf8ToWide(filePath);
+    if (!moxh5::platform::FileExists(widePath)) {
+        answer[key::kMessage] = kFileNotExist;
+        return false;
+    }
+    if (moxh5::platform::RemoveFile(widePath) != 0) {
+        answer[key::kMessage] = kRemoveFailed;
+        return false;
+    }
+    return true;
+}
+
+// Answers "data": {"size": <bytes>, "filePath": <the path as the page sent it>}.
+bool H5NativeWorker::getFileInfo(const mox_h5_module_data* data, Json::Value& answer) {
+    constexpr char kFunction[] = "H5NativeWorker::getFileInfo";
+    const Json::Value* params = RequireLocalFileCall(data, answer, NATIVE_SITE(kFunction));
+    if (!params) return false;
+    NATIVE_TRACE_JSON(kFunction, "[MoxH5] Web req GetFileInfo content: %s", data->payload);
+
+    const std::string filePath = ReadString(*params, "filePath", kFunction);
+    if (filePath.empty()) {
+        answer[key::kMessage] = text::kInvalidParam;
+        return false;
+    }
+    const std::optional<uint64_t> size = moxh5::platform::RegularFileSize(Utf8ToWide(filePath));
+    if (!size) {
+        answer[key::kMessage] = kFileInfoFailed;
+        return false;
+    }
+    Json::Value& info = answer[key::kData];
+    info["size"] = Json::UInt64{*size};
+    info["filePath"] = filePath;
+    return true;
+}
