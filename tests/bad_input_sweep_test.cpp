@@ -154,14 +154,20 @@ const char* const kKeys[] = {"name",
 const std::string kNowhere = "moxh5-sweep-\xE4\xB8\x8D\xE5\xAD\x98\xE5\x9C\xA8-\xFF";
 
 uintptr_t RefuseToOpen(const std::wstring&) { return 2; }
+int RefuseToRemove(const std::wstring&) { return -1; }
 
 class BadInputSweep : public ::testing::Test {
 protected:
     void SetUp() override {
+        // Pages' garbage must not open, or delete, anything real.
         platform::SetShellOpenHook(&RefuseToOpen);
+        platform::SetRemoveFileHook(&RefuseToRemove);
         host.SetCurrentUid("", "buyer-1");
     }
-    void TearDown() override { platform::SetShellOpenHook(nullptr); }
+    void TearDown() override {
+        platform::SetShellOpenHook(nullptr);
+        platform::SetRemoveFileHook(nullptr);
+    }
 
     // Runs one payload against every method, both page kinds, and checks the
     // outcome's shape. Returns how many calls were made.
