@@ -28,33 +28,33 @@ struct ExpectedRow {
 
 // clang-format off
 const ExpectedRow kRows[] = {
-    {"AddUserBlackList", "addUserBlackList", kRender, kOwnPath, kNow, nullptr},
+    {"AddUserBlackList", "addUserBlackList", kRender, kOwnPath, kNow, "AddUserToBlackList"},
     {"UpdateQuickReply", "updateQuickReply", kRender, kOwnPath, kNow, "UpdateQuickReply"},
     {"ExportQuickReply", "exportQuickReply", kRender, kOwnPath, kNow, "ExportQuickReply"},
     {"ImportQuickReply", "importQuickReply", kRender, kOwnPath, kNow, "ImportQuickReply"},
     {"DownQuickReplyModule", "downQuickReplyModule", kRender, kOwnPath, kNow, "DownQuickReplyModule"},
-    {"HelpLinkTipsShow", "helpLinkTipsShow", kRender, kOwnPath, kNow, nullptr},
-    {"HelpBuyModalShow", "helpBuyModalShow", kRender, kOwnPath, kNow, nullptr},
+    {"HelpLinkTipsShow", "helpLinkTipsShow", kRender, kOwnPath, kNow, "ShowHelpLinkDlg"},
+    {"HelpBuyModalShow", "helpBuyModalShow", kRender, kOwnPath, kNow, "ShowHelpBuyModal"},
     {"BusinessReport", "businessReport", kRender, kOwnPath, kNow, "BusinessReport"},
     {"sendVideoShow", "sendVideoShow", kRender, kOwnPath, kNow, "SendVideoShow"},
-    {"openWebUseBrowser", "openWebUseBrowser", kBoth, kUnified, kNow, nullptr},
+    {"openWebUseBrowser", "openWebUseBrowser", kBoth, kUnified, kNow, "OpenClientLink"},
     {"sendAddressMsg", "sendAddressMsg", kRender, kOwnPath, kNow, "SendAddressMsg"},
     {"sendFaseReply", "sendFaseReply", kRender, kOwnPath, kNow, "SendFaseReply"},
     {"sendRichContent", "sendRich_GoodsListContent", kRender, kOwnPath, kNow, "SendRichContent"},
     {"sendGoodsListRichContent", "sendRich_GoodsListContent", kRender, kOwnPath, kNow, "SendRichContent"},
-    {"openNewConversation", "openNewConversation", kBoth, kUnified, kLater, nullptr},
-    {"littleMoney", "littleMoney", kRender, kOwnPath, kNow, nullptr},
-    {"unReadMsgCount", "unReadMsgCount", kBoth, kUnified, kNow, nullptr},
+    {"openNewConversation", "openNewConversation", kBoth, kUnified, kLater, "OpenNewConversation"},
+    {"littleMoney", "littleMoney", kRender, kOwnPath, kNow, "OpenLittleMoney"},
+    {"unReadMsgCount", "unReadMsgCount", kBoth, kUnified, kNow, "UpdateUnreadMessageCount"},
     {"oneClickUpdate", "oneClickUpdate", kBoth, kUnified, kNow, nullptr},
     {"shareGoods", "shareGoods", kRender, kOwnPath, kNow, "ShareGoods"},
-    {"shareGoodsUrl", "shareGoodsUrl", kRender, kOwnPath, kNow, nullptr},
+    {"shareGoodsUrl", "shareGoodsUrl", kRender, kOwnPath, kNow, "ShareGoodsUrl"},
     {"openWaitHandleOrder", "openWaitHandleOrder", kBoth, kUnified, kNow, nullptr},
     {"openGoodsManage", "openGoodsManage", kBoth, kUnified, kNow, nullptr},
     {"pageChange", "pageChange", kBoth, kUnified, kNow, nullptr},
     {"sessionExpired", "sessionExpired", kBoth, kUnified, kNow, nullptr},
     {"windowsDownLoad", "windowsDownLoad", kBoth, kUnified, kNow, nullptr},
     {"getMallInfo", "getMallInfo", kRender, kOwnPath, kNow, "GetMallInfo"},
-    {"downloadFile", "downloadFile", kRender, kOwnPath, kNow, nullptr},
+    {"downloadFile", "downloadFile", kRender, kOwnPath, kNow, "DownloadFile"},
     {"getTesselActions", "getTesselActions", kRender, kOwnPath, kNow, "GetTesselActions"},
     {"getCurrentCustomerInfo", "getCurrentCustomerInfo", kRender, kOwnPath, kNow, "GetCurrentCustomerInfo"},
     {"checkFileExist", "checkFileExist", kRender, kOwnPath, kNow, nullptr},
@@ -68,14 +68,14 @@ const ExpectedRow kRows[] = {
     {"saveFile", "saveFile", kBoth, kUnified, kLater, nullptr},
     {"removeSavedFile", "removeSavedFile", kBoth, kUnified, kNow, nullptr},
     {"openWindow", "openWindow", kRender, kOwnPath, kNow, "OpenWindow"},
-    {"merchantLoadFinish", "merchantLoadFinish", kRender, kOwnPath, kNow, nullptr},
+    {"merchantLoadFinish", "merchantLoadFinish", kRender, kOwnPath, kNow, "MerchantLoadFinished"},
     {"MainFrameShowTip", "mainFrameShowTip", kRender, kOwnPath, kNow, "ShowToast"},
-    {"httpError", "httpError", kRender, kOwnPath, kNow, nullptr},
+    {"httpError", "httpError", kRender, kOwnPath, kNow, "ReportHttpError"},
     {"getFileInfo", "getFileInfo", kBoth, kUnified, kNow, nullptr},
-    {"updateKeysSetOfWindows", "updateKeysSetOfWindows", kBoth, kOwnPath, kNow, nullptr},
+    {"updateKeysSetOfWindows", "updateKeysSetOfWindows", kBoth, kOwnPath, kNow, "UpdateWindowsKey"},
     {"workerOnLoad", "workerOnLoad", kWorker, kOwnPath, kNow, "WorkerOnLoad"},
     {"updateMsg", "updateMsg", kBoth, kOwnPath, kNow, "UpdateMsg"},
-    {"workOrderReminder", "workOrderReminder", kRender, kOwnPath, kNow, nullptr},
+    {"workOrderReminder", "workOrderReminder", kRender, kOwnPath, kNow, "RemindWorkOrder"},
     {"locateMessage", "locateMessage", kBoth, kOwnPath, kNow, "LocateMessage"},
     {"logisticOrderSelect", "logisticOrderSelect", kRender, kOwnPath, kNow, "LogisticOrderSelect"},
     {"FeedBackCommon", "feedBack", kBoth, kOwnPath, kNow, nullptr},
@@ -88,7 +88,11 @@ const ExpectedRow kRows[] = {
 // top-level "callID", every feature switch on.
 constexpr char kProbe[] =
     R"({"callID":5,"params":{"title":"t","content":"c","scene":"s","url":"u","width":3,
-        "height":2,"goodsInfo":{},"pageName":"p"}})";
+        "height":2,"goodsInfo":{"goods_id":1},"pageName":"p",
+        "currentUid":"buyer-1","orderSequenceNo":"o-1","orderSn":"o-1","orderGoodsList":[1],
+        "targetUrl":"openexternalclient://order?sn=1","unreadUrgentMsgCount":2,"goodsUrl":"g",
+        "action":"download","user":"cs-1","role":"cs","node":{"download_url":"d"},
+        "response":{},"robot_learn_guide":true}})";
 
 // Test that the worker's table holds these rows in this order, and knows every name.
 TEST(NativeTable, ListsEveryNameInRegistrationOrder) {
@@ -113,7 +117,10 @@ TEST(NativeTable, ListsEveryNameInRegistrationOrder) {
 // Test that each name reaches its handler in its contexts only, counted once first, with its flags.
 TEST(NativeTable, EachNameIsServedInItsContextsOnly) {
     RecordingHost host;
+    ScriptPageSession(host);
     ScopedActionInterface installed(&host);
+    ScopedUserCenter users(&host);
+    ScopedShellRecorder shell;
     for (const ExpectedRow& row : kRows) {
         for (const bool isWorker : {false, true}) {
             SCOPED_TRACE(std::string(row.name) + (isWorker ? " from a worker" : " from a render"));
@@ -133,12 +140,12 @@ TEST(NativeTable, EachNameIsServedInItsContextsOnly) {
                     "message":"Invalid method.","support":false})")));
                 EXPECT_TRUE(
                     log->Contains(std::string("[MoxH5] Failed to find method ") + row.name));
-                EXPECT_TRUE(host.Calls().empty());
+                EXPECT_TRUE(HostActions(host).empty());
                 EXPECT_TRUE(reports->Reports().empty());
                 continue;
             }
             EXPECT_TRUE(handled);
-            const std::vector<HostCall> calls = host.Calls();
+            const std::vector<HostCall> calls = HostActions(host);
             ASSERT_EQ(calls.size(), 1u);
             EXPECT_EQ(calls[0].op, row.hostOp);
             ASSERT_EQ(reports->Reports().size(), 1u);

@@ -34,6 +34,22 @@ private:
     IH5ActionImplCallBack* m_previous;
 };
 
+// Installs `users` as the singleton's user centre for the lifetime of the
+// object and restores the previous one after.
+class ScopedUserCenter {
+public:
+    explicit ScopedUserCenter(IUserCenter* users)
+        : m_previous(MoxModuleManager::GetInstance()->GetUserCenter()) {
+        MoxModuleManager::GetInstance()->SetUserCenter(users);
+    }
+    ~ScopedUserCenter() { MoxModuleManager::GetInstance()->SetUserCenter(m_previous); }
+    ScopedUserCenter(const ScopedUserCenter&) = delete;
+    ScopedUserCenter& operator=(const ScopedUserCenter&) = delete;
+
+private:
+    IUserCenter* m_previous;
+};
+
 // The process-wide manager after Init and Create, done once per test program
 // (Init registers the modules again each time it runs).
 MoxModuleManager& ReadySingleton();

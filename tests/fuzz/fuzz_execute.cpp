@@ -40,6 +40,8 @@ void StartLibraryOnce() {
         moxh5::platform::SetShellOpenHook([](const std::wstring& target) -> uintptr_t {
             return target.empty() ? 2 : 42;
         });
+        // Client links are rewritten to this prefix and handed to the host.
+        Host().SetClientLinkPrefix("moxclient://open/");
         MoxModuleManager* manager = MoxModuleManager::GetInstance();
         manager->Init(&Host(), nullptr,
                       [](const std::string&, const std::string&, const MoxConfigValue&) {

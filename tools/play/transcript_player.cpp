@@ -363,7 +363,8 @@ bool TranscriptPlayer::Host(const Json::Value& input, int number) {
                                                     {"csId", Kind::Any},
                                                     {"currentUid", Kind::Any},
                                                     {"currentMallCsId", Kind::String},
-                                                    {"pluginVersion", Kind::Any}, {"shellResult", Kind::Int}});
+                                                    {"pluginVersion", Kind::Any}, {"shellResult", Kind::Int},
+                                                    {"clientLinkPrefix", Kind::String}});
     if (!problem.empty()) return Refuse(number, problem);
     for (const char* name : {"results", "switches"}) {
         for (const Json::Value& value : input.get(name, Json::Value(Json::objectValue))) {
@@ -406,6 +407,8 @@ bool TranscriptPlayer::Host(const Json::Value& input, int number) {
     if (input.isMember("currentMallCsId"))
         m_host.SetCurrentMallCsId(input["currentMallCsId"].asString());
     if (input.isMember("pluginVersion")) m_host.SetPluginVersionAnswer(input["pluginVersion"]);
+    if (input.isMember("clientLinkPrefix"))
+        m_host.SetClientLinkPrefix(input["clientLinkPrefix"].asString());
     if (input.isMember("shellResult")) {
         const int code = input["shellResult"].asInt();
         if (code < 0) return Refuse(number, "\"shellResult\" must not be negative");
