@@ -16,7 +16,9 @@ bool IsError(const Json::Value& event) { return event.isObject() && event["event
 }  // namespace
 
 bool MatchesPartially(const Json::Value& expected, const Json::Value& actual) {
-    if (!expected.isObject()) return expected == actual;
+    // Compared as written: the output writes some counts as unsigned numbers,
+    // which jsoncpp's == never finds equal to the signed ones read back.
+    if (!expected.isObject()) return Compact(expected) == Compact(actual);
     if (!actual.isObject()) return false;
     for (const std::string& name : expected.getMemberNames()) {
         const Json::Value* member = actual.find(name.data(), name.data() + name.size());
