@@ -1,5 +1,8 @@
-#include <shellapi.h>
+// windows.h first: shellapi.h builds on its declarations.
+// clang-format off
 #include <windows.h>
+#include <shellapi.h>
+// clang-format on
 
 #include "moxh5/platform.h"
 
