@@ -9,6 +9,7 @@
 #include "WorkbenchReport.h"
 #include "moxh5/module_manager.h"
 #include "moxh5/platform.h"
+#include "moxh5/shell_hook.h"
 
 namespace moxh5::play {
 namespace {
@@ -202,7 +203,9 @@ TranscriptPlayer::TranscriptPlayer(PlayerOptions options, EventSink emit)
     : m_options(options), m_emit(std::move(emit)) {
     m_sinks = InstallSinks(m_options.logThreshold, m_emit);
     g_shellPlayer = this;
-    platform::SetShellOpenHook(&RecordShellOpen);
+    // The library's own hook: on Windows the player's copy of the platform
+    // layer is not the library's.
+    MoxSetShellOpenHook(&RecordShellOpen);
     m_host.SetCallObserver([this](const test::HostCall& call) { EmitHostCall(call); });
     m_host.SetPendingObserver([this](size_t number, const test::PendingPageWork& work) {
         Json::Value event;
