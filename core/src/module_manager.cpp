@@ -84,6 +84,8 @@ void MoxModuleManager::Init(IUserCenter* userCenter, IHttpBusinessMonitorCallBac
 
 void MoxModuleManager::SetCallback(IH5ActionImplCallBack* callback) { m_callback = callback; }
 
+void MoxModuleManager::SetUserCenter(IUserCenter* userCenter) { m_userCenter = userCenter; }
+
 void MoxModuleManager::Register(const mox_source_info_t& info) {
     ModuleEntry entry;
     entry.name = info.name;

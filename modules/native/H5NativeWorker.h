@@ -19,6 +19,10 @@
 //   file_handlers.cpp       local files
 //   navigation_handlers.cpp page navigation and links opened in the shell
 //   feedback_handlers.cpp   feedback, workbench version, shielding
+//   conversation_handlers.cpp  conversations, unread counts, the blacklist
+//   merchant_handlers.cpp   help dialogs, small-amount money, goods links, work orders
+//   link_handlers.cpp       browser and client links, file downloads
+//   page_report_handlers.cpp  page loaded, HTTP errors, window keys
 // They log under this file's name, "H5NativeWorker.cpp" (native_log.h).
 #pragma once
 
@@ -104,6 +108,26 @@ public:
     static bool feedBack(const mox_h5_module_data* data, Json::Value& answer);
     static bool getWorkbenchVersion(const mox_h5_module_data* data, Json::Value& answer);
     static bool updateShielding(const mox_h5_module_data* data, Json::Value& answer);
+    // Conversations with buyers (conversation_handlers.cpp).
+    static bool openNewConversation(const mox_h5_module_data* data, Json::Value& answer);
+    static bool unReadMsgCount(const mox_h5_module_data* data, Json::Value& answer);
+    static bool addUserBlackList(const mox_h5_module_data* data, Json::Value& answer);
+
+    // Merchant tools the host provides (merchant_handlers.cpp).
+    static bool helpLinkTipsShow(const mox_h5_module_data* data, Json::Value& answer);
+    static bool helpBuyModalShow(const mox_h5_module_data* data, Json::Value& answer);
+    static bool littleMoney(const mox_h5_module_data* data, Json::Value& answer);
+    static bool shareGoodsUrl(const mox_h5_module_data* data, Json::Value& answer);
+    static bool workOrderReminder(const mox_h5_module_data* data, Json::Value& answer);
+
+    // Links and downloads (link_handlers.cpp).
+    static bool openWebUseBrowser(const mox_h5_module_data* data, Json::Value& answer);
+    static bool downloadFile(const mox_h5_module_data* data, Json::Value& answer);
+
+    // What merchant pages report (page_report_handlers.cpp).
+    static bool merchantLoadFinish(const mox_h5_module_data* data, Json::Value& answer);
+    static bool httpError(const mox_h5_module_data* data, Json::Value& answer);
+    static bool updateKeysSetOfWindows(const mox_h5_module_data* data, Json::Value& answer);
 
 private:
     moxh5::detail::ContextMethodMap m_methods;

@@ -17,20 +17,6 @@ MoxModuleManager& ReadySingleton() {
     return *manager;
 }
 
-namespace {
-void ReinitWithUserCenter(IUserCenter* center) {
-    MoxModuleManager& manager = ReadySingleton();
-    manager.Init(center, manager.GetHttpBizMonitor(), manager.GetConfigCallback());
-    manager.Create();
-}
-}  // namespace
-
-ScopedUserCenter::ScopedUserCenter(IUserCenter* center)
-    : m_previous(ReadySingleton().GetUserCenter()) {
-    ReinitWithUserCenter(center);
-}
-
-ScopedUserCenter::~ScopedUserCenter() { ReinitWithUserCenter(m_previous); }
 
 mox_h5_module_data MakeCall(const std::string& method, const Json::Value& params, bool isWorker,
                             const std::string& callbackid) {

@@ -34,24 +34,25 @@ private:
     IH5ActionImplCallBack* m_previous;
 };
 
-// Installs `center` as the singleton's user centre for the lifetime of the
-// object and restores the previous one after. The manager takes its user
-// centre only through Init, which registers the modules again; Create then
-// builds the new entries' workers, so the manager keeps serving throughout.
+// The process-wide manager after Init and Create, done once per test program
+// (Init registers the modules again each time it runs).
+MoxModuleManager& ReadySingleton();
+
+// Installs `users` as the user centre of ReadySingleton() for the lifetime of
+// the object and restores the previous one after. (It readies the singleton
+// first: Init, which sets the user centre, runs only once.)
 class ScopedUserCenter {
 public:
-    explicit ScopedUserCenter(IUserCenter* center);
-    ~ScopedUserCenter();
+    explicit ScopedUserCenter(IUserCenter* users) : m_previous(ReadySingleton().GetUserCenter()) {
+        ReadySingleton().SetUserCenter(users);
+    }
+    ~ScopedUserCenter() { ReadySingleton().SetUserCenter(m_previous); }
     ScopedUserCenter(const ScopedUserCenter&) = delete;
     ScopedUserCenter& operator=(const ScopedUserCenter&) = delete;
 
 private:
     IUserCenter* m_previous;
 };
-
-// The process-wide manager after Init and Create, done once per test program
-// (Init registers the modules again each time it runs).
-MoxModuleManager& ReadySingleton();
 
 // A script call: payload {"method": method, "params": params}.
 mox_h5_module_data MakeCall(const std::string& method,

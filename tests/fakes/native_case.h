@@ -6,9 +6,13 @@
 #include <gtest/gtest.h>
 #include <json/writer.h>
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
+#include "moxh5/platform.h"
 #include "tests/fakes/bridge_fixture.h"
+#include "tests/fakes/platform_fakes.h"
 #include "tests/fakes/capture_sinks.h"
 
 namespace moxh5::test {
@@ -19,7 +23,36 @@ enum NativeCaseFlags : unsigned {
     kSwitchOn = 4,       // the configuration callback turns every switch on
     kHostRefuses = 8,    // the host operation returns false
     kWithWorkerId = 16,  // the request carries the workerid "w-3"
+    kNoUserCenter = 32,  // no user centre installed
+    kOtherSession = 64,  // another session than the page's is current in the host
 };
+
+// The page's session ("mall-1|cs-1", as MakeCall gives it) as the host knows
+// it: the mall "mall-1", the account "cs-1", the buyer "buyer-1" in its current
+// conversation; current in the host unless `current` is false. The host's
+// deep-link prefix is "moxclient://open/".
+inline void ScriptPageSession(RecordingHost& host, bool current = true) {
+    host.SetMallId("", "mall-1");
+    host.SetCsId("", "cs-1");
+    host.SetCurrentUid("", "buyer-1");
+    host.SetCurrentMallCsId(current ? "mall-1|cs-1" : "mall-2|cs-7");
+    host.SetClientLinkPrefix("moxclient://open/");
+}
+
+// Host operations that only answer questions (the user centre's and the
+// deep-link prefix); a case does not count them among the operations reached.
+inline bool IsHostQuestion(const std::string& op) {
+    return op == "GetMallId" || op == "GetCsId" || op == "GetCurrentUid" ||
+           op == "GetCurrentMallCsId" || op == "GetClientLinkPrefix";
+}
+
+inline std::vector<HostCall> HostActions(const RecordingHost& host) {
+    std::vector<HostCall> actions;
+    for (HostCall& call : host.Calls()) {
+        if (!IsHostQuestion(call.op)) actions.push_back(std::move(call));
+    }
+    return actions;
+}
 
 // Answers that many rows share.
 inline constexpr char kKeptFlag[] = R"({"NoNeedUnifyCallBack":true})";
@@ -35,7 +68,7 @@ struct NativeCase {
     const char* payload;  // the call's payload less "method"
     bool result;
     const char* answer;    // the whole answer after the call
-    const char* hostOp;    // the one operation reached, or null for none
+    const char* hostOp;    // the one operation reached ("ShellOpen": the shell), or null for none
     const char* hostArgs;  // members of its recorded arguments that must match
     unsigned flags = 0;
 };
@@ -65,14 +98,18 @@ inline void ExpectNativeCase(const NativeCase& c) {
     SCOPED_TRACE(std::string(c.method) + " " + c.payload + " flags " + std::to_string(c.flags));
     RecordingHost host;
     if (c.hostOp && (c.flags & kHostRefuses)) host.SetResult(c.hostOp, false);
+    ScriptPageSession(host, (c.flags & kOtherSession) == 0);
     ScopedActionInterface installed((c.flags & kNoHost) ? nullptr : &host);
+    ScopedUserCenter users((c.flags & kNoUserCenter) ? nullptr : &host);
+    ScopedShellRecorder shell((c.flags & kHostRefuses) ? 2 : 42);
     ScopedLogCapture log;
     ScopedReportCapture reports;
     const mox_h5_module_data call = NativeCaseCall(c);
     Json::Value answer;
     EXPECT_EQ(RunCall("JSCallNative", call, answer), c.result);
     EXPECT_EQ(Compact(answer), Compact(ParseJson(c.answer)));
-    const std::vector<HostCall> calls = host.Calls();
+    std::vector<HostCall> calls = HostActions(host);
+    for (HostCall& open : shell.Opens()) calls.push_back(std::move(open));
     if (!c.hostOp) {
         EXPECT_TRUE(calls.empty()) << calls.size() << " host calls, first " << calls[0].op;
         return;

@@ -14,22 +14,46 @@
 
 #include "moxh5/platform.h"
 #include "tests/fakes/test_env.h"
+#include "tools/recording_host/recording_host.h"
 
 namespace moxh5::test {
 
-// Records every shell-open (as UTF-8) instead of performing it; answers `result`.
+// Records every shell-open (as UTF-8) instead of performing it; answers
+// `result`. Inside another recorder it records nothing itself (its Opens()
+// stays empty): the enclosing one goes on recording, with its own answer.
 struct ScopedShellRecorder {
-    explicit ScopedShellRecorder(uintptr_t code = 42) : result(code) {
+    explicit ScopedShellRecorder(uintptr_t code = 42) : result(code), outer(active) {
+        if (outer) return;
         active = this;
         platform::SetShellOpenHook([](const std::wstring& target) {
             active->targets.push_back(platform::WideToUtf8(target));
             return active->result;
         });
     }
-    ~ScopedShellRecorder() { platform::SetShellOpenHook(nullptr); }
+    ~ScopedShellRecorder() {
+        if (outer) return;
+        active = nullptr;
+        platform::SetShellOpenHook(nullptr);
+    }
+    ScopedShellRecorder(const ScopedShellRecorder&) = delete;
+    ScopedShellRecorder& operator=(const ScopedShellRecorder&) = delete;
+
+    // The opens as host calls "ShellOpen" {"target"}, for tables of reached
+    // operations.
+    std::vector<HostCall> Opens() const {
+        std::vector<HostCall> opens;
+        for (const std::string& target : targets) {
+            Json::Value args;
+            args["target"] = target;
+            opens.push_back({"ShellOpen", args});
+        }
+        return opens;
+    }
+
     static inline ScopedShellRecorder* active = nullptr;
     uintptr_t result;
     std::vector<std::string> targets;
+    ScopedShellRecorder* outer;
 };
 
 // One message as the message-centre window received it, with the two texts.

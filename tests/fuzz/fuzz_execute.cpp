@@ -51,6 +51,8 @@ void StartLibraryOnce() {
         });
         // Nor delete any file a mutated path happens to name.
         moxh5::platform::SetRemoveFileHook([](const std::wstring&) { return 0; });
+        // Client links are rewritten to this prefix and handed to the host.
+        Host().SetClientLinkPrefix("moxclient://open/");
         MoxModuleManager* manager = MoxModuleManager::GetInstance();
         manager->Init(&Host(), nullptr,
                       [](const std::string&, const std::string&, const MoxConfigValue&) {

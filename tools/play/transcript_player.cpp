@@ -365,8 +365,8 @@ bool TranscriptPlayer::Host(const Json::Value& input, int number) {
                                                     {"csId", Kind::Any},
                                                     {"currentUid", Kind::Any},
                                                     {"currentMallCsId", Kind::String},
-                                                    {"pluginVersion", Kind::Any},
-                                                    {"shellResult", Kind::Int}});
+                                                    {"pluginVersion", Kind::Any}, {"shellResult", Kind::Int},
+                                                    {"clientLinkPrefix", Kind::String}});
     if (!problem.empty()) return Refuse(number, problem);
     for (const char* name : {"results", "switches"}) {
         for (const Json::Value& value : input.get(name, Json::Value(Json::objectValue))) {
@@ -381,10 +381,8 @@ bool TranscriptPlayer::Host(const Json::Value& input, int number) {
         }
     }
     if (input.isMember("userCenter")) {
-        if (m_started && input["userCenter"].asBool() != m_userCenter) {
-            return Refuse(number, "\"userCenter\" can only change before the first call");
-        }
         m_userCenter = input["userCenter"].asBool();
+        if (m_started) MoxModuleManager::GetInstance()->SetUserCenter(m_userCenter ? &m_host : nullptr);
     }
     if (input.isMember("actionInterface")) {
         m_actionInterface = input["actionInterface"].asBool();
@@ -409,6 +407,8 @@ bool TranscriptPlayer::Host(const Json::Value& input, int number) {
     if (input.isMember("currentMallCsId"))
         m_host.SetCurrentMallCsId(input["currentMallCsId"].asString());
     if (input.isMember("pluginVersion")) m_host.SetPluginVersionAnswer(input["pluginVersion"]);
+    if (input.isMember("clientLinkPrefix"))
+        m_host.SetClientLinkPrefix(input["clientLinkPrefix"].asString());
     if (input.isMember("shellResult")) {
         const int code = input["shellResult"].asInt();
         if (code < 0) return Refuse(number, "\"shellResult\" must not be negative");

@@ -87,6 +87,10 @@ void RecordingHost::SetCurrentMallCsId(std::string value) {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_currentMallCsId = std::move(value);
 }
+void RecordingHost::SetClientLinkPrefix(std::string prefix) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_clientLinkPrefix = std::move(prefix);
+}
 
 std::vector<HostCall> RecordingHost::Calls() const {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -463,6 +467,87 @@ void RecordingHost::UpdateShielding(const mox_h5_module_data* request,
                                     const std::string& currentUid, const Json::Value& params) {
     Record("UpdateShielding",
            Args("request", DescribeRequest(request), "currentUid", currentUid, "params", params));
+}
+
+bool RecordingHost::AddUserToBlackList(const mox_h5_module_data* request, const std::string& uid) {
+    return Record("AddUserToBlackList", Args("request", DescribeRequest(request), "uid", uid));
+}
+
+bool RecordingHost::ShowHelpLinkDlg(const mox_h5_module_data* request, const std::string& from,
+                                    const std::string& orderSequenceNo) {
+    return Record("ShowHelpLinkDlg", Args("request", DescribeRequest(request), "from", from,
+                                          "orderSequenceNo", orderSequenceNo));
+}
+
+bool RecordingHost::ShowHelpBuyModal(const mox_h5_module_data* request,
+                                     const Json::Value& goodsInfo) {
+    return Record("ShowHelpBuyModal",
+                  Args("request", DescribeRequest(request), "goodsInfo", goodsInfo));
+}
+
+bool RecordingHost::OpenLittleMoney(const mox_h5_module_data* request,
+                                    const std::string& operation,
+                                    const Json::Value& orderGoodsList) {
+    return Record("OpenLittleMoney", Args("request", DescribeRequest(request), "operation",
+                                          operation, "orderGoodsList", orderGoodsList));
+}
+
+std::string RecordingHost::GetClientLinkPrefix() {
+    Record("GetClientLinkPrefix", Json::Value());
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_clientLinkPrefix;
+}
+
+bool RecordingHost::OpenClientLink(const mox_h5_module_data* request, const std::string& link,
+                                   int targetUrlType, const std::string& msgId) {
+    return Record("OpenClientLink", Args("request", DescribeRequest(request), "link", link,
+                                         "targetUrlType", targetUrlType, "msgId", msgId));
+}
+
+bool RecordingHost::ShareGoodsUrl(const mox_h5_module_data* request, const std::string& goodsUrl) {
+    return Record("ShareGoodsUrl", Args("request", DescribeRequest(request), "goodsUrl", goodsUrl));
+}
+
+bool RecordingHost::DownloadFile(const mox_h5_module_data* request, const std::string& downloadUrl,
+                                 const std::string& fileName) {
+    return Record("DownloadFile", Args("request", DescribeRequest(request), "downloadUrl",
+                                       downloadUrl, "fileName", fileName));
+}
+
+bool RecordingHost::OpenNewConversation(const mox_h5_module_data* request,
+                                        const std::string& orderSn, const std::string& mallId,
+                                        const MoxPageIdentity& page, MoxPageCallbackFn done) {
+    const bool accepted =
+        Record("OpenNewConversation", Args("request", DescribeRequest(request), "orderSn", orderSn,
+                                           "mallId", mallId, "page", DescribePage(page)));
+    if (accepted) AddPending({"OpenNewConversation", page, done, {}});
+    return accepted;
+}
+
+bool RecordingHost::UpdateUnreadMessageCount(const mox_h5_module_data* request,
+                                             int unreadUrgentMsgCount) {
+    return Record("UpdateUnreadMessageCount", Args("request", DescribeRequest(request),
+                                                   "unreadUrgentMsgCount", unreadUrgentMsgCount));
+}
+
+bool RecordingHost::MerchantLoadFinished(const mox_h5_module_data* request) {
+    return Record("MerchantLoadFinished", Args("request", DescribeRequest(request)));
+}
+
+bool RecordingHost::ReportHttpError(const mox_h5_module_data* request,
+                                    const Json::Value& response) {
+    return Record("ReportHttpError",
+                  Args("request", DescribeRequest(request), "response", response));
+}
+
+bool RecordingHost::UpdateWindowsKey(const mox_h5_module_data* request, const std::string& group,
+                                     const std::string& key, bool value) {
+    return Record("UpdateWindowsKey", Args("request", DescribeRequest(request), "group", group,
+                                           "key", key, "value", value));
+}
+
+bool RecordingHost::RemindWorkOrder(const mox_h5_module_data* request, const Json::Value& params) {
+    return Record("RemindWorkOrder", Args("request", DescribeRequest(request), "params", params));
 }
 
 std::string RecordingHost::GetMallId(const std::string& mallcsid) {

@@ -48,6 +48,8 @@ public:
     void SetCsId(const std::string& mallcsid, std::string value);
     void SetCurrentUid(const std::string& mallcsid, std::string value);
     void SetCurrentMallCsId(std::string value);
+    // What GetClientLinkPrefix answers (empty until set).
+    void SetClientLinkPrefix(std::string prefix);
 
     // --- inspection ---
     std::vector<HostCall> Calls() const;
@@ -144,6 +146,28 @@ public:
                      const EasyWndParam& param) override;
     void UpdateShielding(const mox_h5_module_data* request, const std::string& currentUid,
                          const Json::Value& params) override;
+    bool AddUserToBlackList(const mox_h5_module_data* request, const std::string& uid) override;
+    bool ShowHelpLinkDlg(const mox_h5_module_data* request, const std::string& from,
+                         const std::string& orderSequenceNo) override;
+    bool ShowHelpBuyModal(const mox_h5_module_data* request, const Json::Value& goodsInfo) override;
+    bool OpenLittleMoney(const mox_h5_module_data* request, const std::string& operation,
+                         const Json::Value& orderGoodsList) override;
+    std::string GetClientLinkPrefix() override;
+    bool OpenClientLink(const mox_h5_module_data* request, const std::string& link,
+                        int targetUrlType, const std::string& msgId) override;
+    bool ShareGoodsUrl(const mox_h5_module_data* request, const std::string& goodsUrl) override;
+    bool DownloadFile(const mox_h5_module_data* request, const std::string& downloadUrl,
+                      const std::string& fileName) override;
+    bool OpenNewConversation(const mox_h5_module_data* request, const std::string& orderSn,
+                             const std::string& mallId, const MoxPageIdentity& page,
+                             MoxPageCallbackFn done) override;
+    bool UpdateUnreadMessageCount(const mox_h5_module_data* request,
+                                  int unreadUrgentMsgCount) override;
+    bool MerchantLoadFinished(const mox_h5_module_data* request) override;
+    bool ReportHttpError(const mox_h5_module_data* request, const Json::Value& response) override;
+    bool UpdateWindowsKey(const mox_h5_module_data* request, const std::string& group,
+                          const std::string& key, bool value) override;
+    bool RemindWorkOrder(const mox_h5_module_data* request, const Json::Value& params) override;
 
     // --- IUserCenter ---
     std::string GetMallId(const std::string& mallcsid) override;
@@ -173,6 +197,7 @@ private:
     Json::Value m_pluginVersionAnswer;
     std::map<std::string, std::string> m_mallIds, m_csIds, m_currentUids;
     std::string m_currentMallCsId;
+    std::string m_clientLinkPrefix;
 };
 
 // The request fields a host call receives, as JSON, for assertions.

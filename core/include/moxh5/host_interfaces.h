@@ -144,6 +144,70 @@ public:
                              const EasyWndParam& param) = 0;
     virtual void UpdateShielding(const mox_h5_module_data* request, const std::string& currentUid,
                                  const Json::Value& params) = 0;
+
+    // --- Merchant tools, conversations and page reports ---
+    // Called on the thread that runs the handler. Each returns whether the
+    // host accepted (that result becomes the call's); the host answers the
+    // page itself unless the operation is given `done`.
+
+    // Adds the buyer `uid` to the blacklist of the page's session
+    // (request->mallcsid).
+    virtual bool AddUserToBlackList(const mox_h5_module_data* request, const std::string& uid) = 0;
+    // Shows the help-link dialog of the order `orderSequenceNo` (never empty).
+    // `from` names where the page was opened from, as the page sent it (may be
+    // empty). Asked only for the session that is current in the host.
+    virtual bool ShowHelpLinkDlg(const mox_h5_module_data* request, const std::string& from,
+                                 const std::string& orderSequenceNo) = 0;
+    // Shows the help-buy modal for the goods `goodsInfo` (the page's non-empty
+    // object, passed as it came).
+    virtual bool ShowHelpBuyModal(const mox_h5_module_data* request,
+                                  const Json::Value& goodsInfo) = 0;
+    // Opens the small-amount money tool. `operation` is "" (pay a small
+    // amount), "gethering" (collect a small amount) or "lookRule" (show the
+    // rules). `orderGoodsList` is the page's non-empty array for the first
+    // two, null for "lookRule". Paying and collecting are asked only while the
+    // switch "func_little_money_pay" is on.
+    virtual bool OpenLittleMoney(const mox_h5_module_data* request, const std::string& operation,
+                                 const Json::Value& orderGoodsList) = 0;
+    // The host's own deep-link prefix: a custom scheme, a host and a slash
+    // ("<scheme>://<host>/"). Pages' "openexternalclient://" links are
+    // rewritten to it. Empty: the host takes no such links.
+    virtual std::string GetClientLinkPrefix() = 0;
+    // Opens the client's own deep link `link`: GetClientLinkPrefix() and the
+    // rest of the page's link, followed by "&mallId=" and the mall id of the
+    // page's session. `targetUrlType` and `msgId` are the page's
+    // "targetUrlType" (0 when absent) and "msg_id" (may be empty).
+    virtual bool OpenClientLink(const mox_h5_module_data* request, const std::string& link,
+                                int targetUrlType, const std::string& msgId) = 0;
+    // Shares the goods page `goodsUrl` (never empty).
+    virtual bool ShareGoodsUrl(const mox_h5_module_data* request, const std::string& goodsUrl) = 0;
+    // Downloads `downloadUrl` (never empty) for the page's account, saving it
+    // as `fileName` (empty: the host picks a name).
+    virtual bool DownloadFile(const mox_h5_module_data* request, const std::string& downloadUrl,
+                              const std::string& fileName) = 0;
+    // Opens a conversation with the buyer of the order `orderSn` (never empty)
+    // of the mall `mallId` (empty: the page's own mall). Answers the page later
+    // through `done` with `page`, once the conversation is open or has failed.
+    virtual bool OpenNewConversation(const mox_h5_module_data* request, const std::string& orderSn,
+                                     const std::string& mallId, const MoxPageIdentity& page,
+                                     MoxPageCallbackFn done) = 0;
+    // The page's count of unread urgent messages (0 or more), for the host's
+    // badges.
+    virtual bool UpdateUnreadMessageCount(const mox_h5_module_data* request,
+                                          int unreadUrgentMsgCount) = 0;
+    // The merchant page has finished loading.
+    virtual bool MerchantLoadFinished(const mox_h5_module_data* request) = 0;
+    // A page's HTTP request failed; `response` is what the page got (any JSON,
+    // never null).
+    virtual bool ReportHttpError(const mox_h5_module_data* request,
+                                 const Json::Value& response) = 0;
+    // Sets the window key `key` of the group `group` to `value` (for example
+    // "Guide" / "ShowRobotLearnGuide": whether the robot-learning guide shows).
+    virtual bool UpdateWindowsKey(const mox_h5_module_data* request, const std::string& group,
+                                  const std::string& key, bool value) = 0;
+    // Reminds the merchant of work orders; `params` is the page's object as it
+    // came.
+    virtual bool RemindWorkOrder(const mox_h5_module_data* request, const Json::Value& params) = 0;
 };
 
 // The host's account and session service.

@@ -92,6 +92,9 @@ public:
               MoxConfigCallback configCallback);
     // Installs the action interface (not owned; null uninstalls).
     void SetCallback(IH5ActionImplCallBack* callback);
+    // Installs or replaces the user centre that Init was given (not owned;
+    // null uninstalls). A start-up call, like SetCallback.
+    void SetUserCenter(IUserCenter* userCenter);
 
     IH5ActionImplCallBack* GetCallback() const { return m_callback; }
     IUserCenter* GetUserCenter() const { return m_userCenter; }
