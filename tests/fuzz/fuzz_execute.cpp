@@ -4,7 +4,7 @@
 // An input is, when it parses, a JSON object in the shape of a transcript
 // call line plus host settings:
 //   {"module": "JSCallNative", "payload": {...}, "isWorker": true, "webindex": 3,
-//    "callbackid": "cb", "workerid": "w", "actionInterface": false,
+//    "callbackid": "cb", "workerid": "w", "actionInterface": false, "userCenter": false,
 //    "hostResult": false, "switches": true, "complete": true,
 //    "success": false, "answer": {...}}
 // Anything else becomes the payload itself (a string value), sent to a module
@@ -96,6 +96,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     g_switchesOn = Member(input, "switches", false);
     MoxModuleManager* manager = MoxModuleManager::GetInstance();
     manager->SetCallback(Member(input, "actionInterface", true) ? &host : nullptr);
+    manager->SetUserCenter(Member(input, "userCenter", true) ? &host : nullptr);
 
     mox_h5_module_data request;
     request.mallcsid = Member<std::string>(input, "mallcsid", "mall-1|cs-1");
