@@ -2,7 +2,7 @@
 # Writes examples/transcripts/NAME.expected from what moxh5-play prints for
 # NAME.jsonl, leaving out what depends on the machine (the OS version and the
 # screen size of getSystemInfo). Review the result against the documented
-# behaviour before committing it: an expected file is a specification, not a
+# behaviour before committing it: an expected file states behaviour, it is not a
 # recording.
 #   bash tools/make_expected.sh NAME...
 set -euo pipefail
