@@ -1,10 +1,9 @@
 #include "modules/native/H5NativeWorker.h"
 
-// A row whose handler is built, and one whose handler is not built yet.
+// One row: the JS name, the member that serves it (by name too, for the
+// table test), its contexts and its marks.
 #define NATIVE_ROW(name, member, slots, unified, later) \
     { name, #member, &H5NativeWorker::member, slots, unified, later }
-#define NATIVE_ROW_UNBUILT(name, member, slots, unified, later) \
-    { name, #member, nullptr, slots, unified, later }
 
 namespace {
 
@@ -79,7 +78,6 @@ const std::array<H5NativeWorker::MethodRow, 53> H5NativeWorker::kMethodRows = {{
 H5NativeWorker::H5NativeWorker() {
     for (const MethodRow& row : kMethodRows) {
         std::array<moxh5::detail::PlainHandler, 2>& slots = m_methods[row.name];
-        if (!row.handler) continue;  // listed, not served
         if (row.slots & kRenderSlot) slots[0] = row.handler;
         if (row.slots & kWorkerSlot) slots[1] = row.handler;
     }

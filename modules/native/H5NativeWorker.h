@@ -7,9 +7,8 @@
 // call is counted with the usage report 91936 before its handler runs.
 //
 // The table (kMethodRows) lists every name the module answers to, in
-// registration order, with the member that serves it. A row whose handler is
-// not built yet keeps its name (Exist knows it) but is answered "Invalid
-// method." in both contexts.
+// registration order, with the member that serves it and the contexts it is
+// served in; in any other context the name is answered "Invalid method.".
 //
 // The handlers are static members, kept in files by subject:
 //   messaging_handlers.cpp  messages, quick replies, reports, goods sharing
@@ -42,7 +41,7 @@ public:
     struct MethodRow {
         const char* name;         // JS name, exact and case-sensitive
         const char* handlerName;  // the member that serves it
-        Handler handler;          // null while that member is not built
+        Handler handler;          // the static member that serves the name
         Slots slots;
         // The handler removes "NoNeedUnifyCallBack": its answer reaches the
         // page through the unified callback.

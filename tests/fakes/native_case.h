@@ -12,8 +12,8 @@
 
 #include "moxh5/platform.h"
 #include "tests/fakes/bridge_fixture.h"
-#include "tests/fakes/platform_fakes.h"
 #include "tests/fakes/capture_sinks.h"
+#include "tests/fakes/platform_fakes.h"
 
 namespace moxh5::test {
 

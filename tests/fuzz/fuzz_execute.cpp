@@ -10,12 +10,12 @@
 // Anything else becomes the payload itself (a string value), sent to a module
 // chosen by the input's length. So the example transcripts' call lines are
 // seeds as they stand.
+#include <json/reader.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
-
-#include <json/reader.h>
 
 #include "MoxLog.h"
 #include "moxh5/module_manager.h"
@@ -46,9 +46,8 @@ void StartLibraryOnce() {
     static const bool started = [] {
         CMoxLog::SetSink(std::make_shared<DiscardingSink>());
         // Pages may ask to open links and files: never start anything here.
-        moxh5::platform::SetShellOpenHook([](const std::wstring& target) -> uintptr_t {
-            return target.empty() ? 2 : 42;
-        });
+        moxh5::platform::SetShellOpenHook(
+            [](const std::wstring& target) -> uintptr_t { return target.empty() ? 2 : 42; });
         // Nor delete any file a mutated path happens to name.
         moxh5::platform::SetRemoveFileHook([](const std::wstring&) { return 0; });
         // Client links are rewritten to this prefix and handed to the host.
@@ -105,9 +104,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     request.webindex = Member(input, "webindex", 0);
     request.callbackid = Member<std::string>(input, "callbackid", "cb-1");
     const std::string workerid = Member<std::string>(input, "workerid", "worker-1");
-    request.workerid = input.isMember("workerid") && !input["workerid"].isString()
-                           ? nullptr
-                           : workerid.c_str();
+    request.workerid =
+        input.isMember("workerid") && !input["workerid"].isString() ? nullptr : workerid.c_str();
     request.configCallback = manager->GetConfigCallback();
 
     const std::string module = Member<std::string>(input, "module", "JSCallNative");

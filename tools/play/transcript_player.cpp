@@ -365,7 +365,8 @@ bool TranscriptPlayer::Host(const Json::Value& input, int number) {
                                                     {"csId", Kind::Any},
                                                     {"currentUid", Kind::Any},
                                                     {"currentMallCsId", Kind::String},
-                                                    {"pluginVersion", Kind::Any}, {"shellResult", Kind::Int},
+                                                    {"pluginVersion", Kind::Any},
+                                                    {"shellResult", Kind::Int},
                                                     {"clientLinkPrefix", Kind::String}});
     if (!problem.empty()) return Refuse(number, problem);
     for (const char* name : {"results", "switches"}) {
@@ -382,7 +383,8 @@ bool TranscriptPlayer::Host(const Json::Value& input, int number) {
     }
     if (input.isMember("userCenter")) {
         m_userCenter = input["userCenter"].asBool();
-        if (m_started) MoxModuleManager::GetInstance()->SetUserCenter(m_userCenter ? &m_host : nullptr);
+        if (m_started)
+            MoxModuleManager::GetInstance()->SetUserCenter(m_userCenter ? &m_host : nullptr);
     }
     if (input.isMember("actionInterface")) {
         m_actionInterface = input["actionInterface"].asBool();

@@ -361,8 +361,9 @@ bool RecordingHost::SelectFile(const std::string& filter, const MoxPageIdentity&
 bool RecordingHost::DownloadRemoteFile(const std::string& filePath, const std::string& url,
                                        const std::string& cookie, const MoxPageIdentity& page,
                                        MoxPageCallbackFn done) {
-    const bool accepted = Record("DownloadRemoteFile", Args("filePath", filePath, "url", url, "cookie", cookie,
-                                             "page", DescribePage(page)));
+    const bool accepted = Record(
+        "DownloadRemoteFile",
+        Args("filePath", filePath, "url", url, "cookie", cookie, "page", DescribePage(page)));
     if (accepted) AddPending({"DownloadRemoteFile", page, done, {}});
     return accepted;
 }
@@ -371,9 +372,10 @@ bool RecordingHost::UploadFile(const std::string& url, const std::string& cookie
                                const std::string& filePath, const std::string& signName,
                                const std::string& signValue, const std::string& fileDataName,
                                const MoxPageIdentity& page, MoxPageCallbackFn done) {
-    const bool accepted = Record("UploadFile", Args("url", url, "cookie", cookie, "filePath", filePath, "signName",
-                                     signName, "signValue", signValue, "fileDataName", fileDataName,
-                                     "page", DescribePage(page)));
+    const bool accepted =
+        Record("UploadFile", Args("url", url, "cookie", cookie, "filePath", filePath, "signName",
+                                  signName, "signValue", signValue, "fileDataName", fileDataName,
+                                  "page", DescribePage(page)));
     if (accepted) AddPending({"UploadFile", page, done, {}});
     return accepted;
 }
@@ -387,16 +389,18 @@ void RecordingHost::ShowToast(int kind, const char* text, size_t length, int dur
 bool RecordingHost::ShowCommonTip(bool isWorker, std::string title, std::string content,
                                   std::string leftButtonText, std::string rightButtonText,
                                   MoxTipCompletion done) {
-    const bool accepted = Record("ShowCommonTip",
-                  Args("isWorker", isWorker, "title", title, "content", content, "leftButtonText",
-                       leftButtonText, "rightButtonText", rightButtonText));
+    const bool accepted =
+        Record("ShowCommonTip",
+               Args("isWorker", isWorker, "title", title, "content", content, "leftButtonText",
+                    leftButtonText, "rightButtonText", rightButtonText));
     if (accepted) AddPending({"ShowCommonTip", {}, nullptr, std::move(done)});
     return accepted;
 }
 
 bool RecordingHost::SaveFile(const std::string& tempFilePath, const MoxPageIdentity& page,
                              MoxPageCallbackFn done) {
-    const bool accepted = Record("SaveFile", Args("tempFilePath", tempFilePath, "page", DescribePage(page)));
+    const bool accepted =
+        Record("SaveFile", Args("tempFilePath", tempFilePath, "page", DescribePage(page)));
     if (accepted) AddPending({"SaveFile", page, done, {}});
     return accepted;
 }
@@ -406,10 +410,10 @@ bool RecordingHost::HttpPost(int kind, const mox_h5_module_data* request, int we
                              MoxPageCallbackFn done, const std::string& url,
                              const std::string& content, const std::string& cookie,
                              const std::vector<std::string>& headers) {
-    const bool accepted = Record("HttpPost",
-                  Args("kind", kind, "request", DescribeRequest(request), "webindex", webindex,
-                       "callbackid", callbackid, "extra", extra, "url", url, "content", content,
-                       "cookie", cookie, "headers", Strings(headers)));
+    const bool accepted =
+        Record("HttpPost", Args("kind", kind, "request", DescribeRequest(request), "webindex",
+                                webindex, "callbackid", callbackid, "extra", extra, "url", url,
+                                "content", content, "cookie", cookie, "headers", Strings(headers)));
     if (accepted && request) AddPending({"HttpPost", PageIdentityOf(*request), done, {}});
     return accepted;
 }
@@ -418,9 +422,10 @@ bool RecordingHost::HttpGet(int kind, const mox_h5_module_data* request, int web
                             const std::string& callbackid, const std::string& extra,
                             MoxPageCallbackFn done, const std::string& url,
                             const std::string& content, const std::string& cookie) {
-    const bool accepted = Record("HttpGet", Args("kind", kind, "request", DescribeRequest(request), "webindex",
-                                  webindex, "callbackid", callbackid, "extra", extra, "url", url,
-                                  "content", content, "cookie", cookie));
+    const bool accepted =
+        Record("HttpGet", Args("kind", kind, "request", DescribeRequest(request), "webindex",
+                               webindex, "callbackid", callbackid, "extra", extra, "url", url,
+                               "content", content, "cookie", cookie));
     if (accepted && request) AddPending({"HttpGet", PageIdentityOf(*request), done, {}});
     return accepted;
 }
@@ -485,8 +490,7 @@ bool RecordingHost::ShowHelpBuyModal(const mox_h5_module_data* request,
                   Args("request", DescribeRequest(request), "goodsInfo", goodsInfo));
 }
 
-bool RecordingHost::OpenLittleMoney(const mox_h5_module_data* request,
-                                    const std::string& operation,
+bool RecordingHost::OpenLittleMoney(const mox_h5_module_data* request, const std::string& operation,
                                     const Json::Value& orderGoodsList) {
     return Record("OpenLittleMoney", Args("request", DescribeRequest(request), "operation",
                                           operation, "orderGoodsList", orderGoodsList));
