@@ -1,0 +1,88 @@
+// Cost of one page call through the manager, as a host makes it.
+//   build/release/bin/moxh5_bench
+// The request-trace cases compare a host whose log keeps info lines (the
+// payload is written out as JSON for every call) with one that keeps only
+// warnings (nothing is written): the difference is what the hot path saves.
+#include <benchmark/benchmark.h>
+
+#include <memory>
+
+#include "MoxLog.h"
+#include "moxh5/module_manager.h"
+#include "tools/recording_host/recording_host.h"
+
+namespace {
+
+class NullSink final : public IMoxLogSink {
+public:
+    explicit NullSink(int maxPriority) : m_maxPriority(maxPriority) {}
+    int MaxPriority() const override { return m_maxPriority; }
+    void Write(const MoxLogRecord&) override {}
+
+private:
+    int m_maxPriority;
+};
+
+// A host that answers everything and keeps nothing, so that memory stays flat.
+moxh5::test::RecordingHost& Host() {
+    static moxh5::test::RecordingHost host;
+    return host;
+}
+
+MoxModuleManager& Manager() {
+    static MoxModuleManager* manager = [] {
+        MoxModuleManager* m = MoxModuleManager::GetInstance();
+        m->Init(&Host(), nullptr, MoxConfigCallback());
+        m->SetCallback(&Host());
+        m->Create();
+        return m;
+    }();
+    return *manager;
+}
+
+mox_h5_module_data Call(const char* method, const char* contentText) {
+    mox_h5_module_data call;
+    call.mallcsid = "mall-1|cs-1";
+    call.payload["method"] = method;
+    call.payload["params"]["name"] = "JSStorage.setPasteboard";
+    call.payload["params"]["type"] = 1;
+    call.payload["params"]["duration"] = 1500;
+    call.payload["params"]["content"] = contentText;
+    call.callbackid = "cb-1";
+    return call;
+}
+
+void RunCalls(benchmark::State& state, const char* module, const char* method, int logLevel) {
+    CMoxLog::SetSink(std::make_shared<NullSink>(logLevel));
+    MoxModuleManager& manager = Manager();
+    const mox_h5_module_data call = Call(method, "The parcel left the warehouse this morning.");
+    for (auto _ : state) {
+        Json::Value answer(Json::objectValue);
+        benchmark::DoNotOptimize(manager.Execute(module, call, answer));
+        if ((state.iterations() & 1023) == 0) Host().Reset();
+    }
+    Host().Reset();
+    CMoxLog::SetSink(nullptr);
+}
+
+void CanIUse(benchmark::State& state) {
+    RunCalls(state, "JSCallBasic", "canIUse", LOG_PRIORITY_WARNING);
+}
+void ShowToastQuietLog(benchmark::State& state) {
+    RunCalls(state, "JSCallNative", "showToast", LOG_PRIORITY_WARNING);
+}
+void ShowToastTracedLog(benchmark::State& state) {
+    RunCalls(state, "JSCallNative", "showToast", LOG_PRIORITY_INFO);
+}
+void UnknownModule(benchmark::State& state) {
+    RunCalls(state, "JSNothing", "x", LOG_PRIORITY_WARNING);
+}
+
+BENCHMARK(CanIUse);
+BENCHMARK(ShowToastQuietLog);
+BENCHMARK(ShowToastTracedLog);
+BENCHMARK(UnknownModule);
+
+}  // namespace
+
+BENCHMARK_MAIN();
