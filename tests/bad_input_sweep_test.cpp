@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "modules/native/H5NativeWorker.h"
 #include "moxh5/platform.h"
 #include "tests/fakes/bridge_fixture.h"
 #include "tests/fakes/capture_sinks.h"
@@ -29,62 +30,16 @@ const std::vector<ModuleMethods>& AllMethods() {
         {"JSPhoto", {"watch", "store", "watchCommon", "batchDownload"}},
         {"MMSSocket", {"send"}},
         {"JSStorage", {"setPasteboard", "setAllPasteboard", "getClipboardData"}},
-        {"JSCallNative",
-         {"AddUserBlackList",
-          "UpdateQuickReply",
-          "ExportQuickReply",
-          "ImportQuickReply",
-          "DownQuickReplyModule",
-          "HelpLinkTipsShow",
-          "HelpBuyModalShow",
-          "BusinessReport",
-          "sendVideoShow",
-          "openWebUseBrowser",
-          "sendAddressMsg",
-          "sendFaseReply",
-          "sendRichContent",
-          "sendGoodsListRichContent",
-          "openNewConversation",
-          "littleMoney",
-          "unReadMsgCount",
-          "oneClickUpdate",
-          "shareGoods",
-          "shareGoodsUrl",
-          "openWaitHandleOrder",
-          "openGoodsManage",
-          "pageChange",
-          "sessionExpired",
-          "windowsDownLoad",
-          "getMallInfo",
-          "downloadFile",
-          "getTesselActions",
-          "getCurrentCustomerInfo",
-          "checkFileExist",
-          "getPluginVersion",
-          "selectFile",
-          "downloadRemoteFile",
-          "uploadFile",
-          "showToast",
-          "showEasyWnd",
-          "showCommonTip",
-          "saveFile",
-          "removeSavedFile",
-          "openWindow",
-          "merchantLoadFinish",
-          "MainFrameShowTip",
-          "httpError",
-          "getFileInfo",
-          "updateKeysSetOfWindows",
-          "workerOnLoad",
-          "updateMsg",
-          "workOrderReminder",
-          "locateMessage",
-          "logisticOrderSelect",
-          "FeedBackCommon",
-          "getWorkbenchVersion",
-          "updateShielding"}},
     };
     return all;
+}
+
+// The native module's names, from its own table.
+std::vector<const char*> NativeMethods() {
+    std::vector<const char*> names;
+    for (const H5NativeWorker::MethodRow& row : H5NativeWorker::kMethodRows)
+        names.push_back(row.name);
+    return names;
 }
 
 // The keys the modules read from "params", and nested objects they read from.
@@ -173,7 +128,9 @@ protected:
     // outcome's shape. Returns how many calls were made.
     int Sweep(const Json::Value& payloadTemplate, const std::string& what) {
         int calls = 0;
-        for (const ModuleMethods& module : AllMethods()) {
+        std::vector<ModuleMethods> modules = AllMethods();
+        modules.push_back({"JSCallNative", NativeMethods()});
+        for (const ModuleMethods& module : modules) {
             for (const char* method : module.methods) {
                 for (bool isWorker : {false, true}) {
                     mox_h5_module_data call = MakeCall(method, Json::Value(), isWorker);

@@ -11,28 +11,6 @@ std::tuple<bool, bool> RunBasic(const mox_h5_module_data& call, Json::Value& ans
     return ReadySingleton().Execute("JSCallBasic", call, answer);
 }
 
-// Test that canIUse answers through the call's result and leaves the answer alone.
-TEST(BasicModule, CanIUseAnswersThroughTheResult) {
-    const struct {
-        const char* params;
-        bool available;
-    } cases[] = {
-        {R"({"name":"JSStorage"})", true},
-        {R"({"name":"JSStorage.noSuchMethod"})", false},
-        {R"({"name":"JSCallBasic.setLog"})", true},
-        {R"({"name":"JSNothing"})", false},
-        {R"({})", false},
-        {R"({"name":null})", false},
-    };
-    for (const auto& c : cases) {
-        Json::Value answer(Json::objectValue);
-        EXPECT_EQ(RunBasic(MakeCall("canIUse", ParseJson(c.params)), answer),
-                  std::make_tuple(true, c.available))
-            << c.params;
-        EXPECT_EQ(answer, Json::Value(Json::objectValue)) << c.params;
-    }
-}
-
 // Test setLog's levels, refusals and their distinct texts.
 TEST(BasicModule, SetLogWritesKnownLevelsAndRefusesTheRest) {
     const struct {
@@ -96,14 +74,6 @@ TEST(BasicModule, SetLogTraceFollowsTheLogLevel) {
     RunBasic(call, answer);
     EXPECT_FALSE(quiet->Contains("Web req SetLog"));
     EXPECT_TRUE(quiet->Contains("[MoxH5] x"));
-}
-
-// Test that method names are matched exactly.
-TEST(BasicModule, MethodNamesAreCaseSensitive) {
-    Json::Value answer;
-    EXPECT_EQ(RunBasic(MakeCall("CanIUse", ParseJson(R"({"name":"JSStorage"})")), answer),
-              std::make_tuple(true, false));
-    EXPECT_EQ(answer, ParseJson(R"({"message":"Invalid method.","support":false})"));
 }
 
 }  // namespace

@@ -76,25 +76,5 @@ TEST(HandlerGuard, FailedCopyIsLoggedReportedAndNull) {
     EXPECT_EQ(r.counters, (std::map<std::string, int64_t>{{"kv_count", 1}}));
 }
 
-// Test the feature switch: asked with the key, the session and a false default.
-TEST(HandlerGuard, FeatureSwitchIsOnOnlyWhenTheCallbackSaysSo) {
-    mox_h5_module_data call = MakeCall("m");
-    EXPECT_FALSE(detail::FeatureEnabled(call, "func_x"));
-    std::string askedKey, askedSession;
-    bool defaultWasFalse = false;
-    call.configCallback = [&](const std::string& key, const std::string& second,
-                              const MoxConfigValue& value) {
-        askedKey = key;
-        askedSession = second;
-        defaultWasFalse = std::get<bool>(value) == false;
-        return key == "func_on";
-    };
-    EXPECT_TRUE(detail::FeatureEnabled(call, "func_on"));
-    EXPECT_FALSE(detail::FeatureEnabled(call, "func_x"));
-    EXPECT_EQ(askedKey, "func_x");
-    EXPECT_EQ(askedSession, "mall-1|cs-1");
-    EXPECT_TRUE(defaultWasFalse);
-}
-
 }  // namespace
 }  // namespace moxh5::test

@@ -63,19 +63,6 @@ TEST(HostLog, LongLinesAreNotCut) {
     EXPECT_EQ(log->Records()[1].text, std::string(5000, 'y'));
 }
 
-// Test that lines from many threads all arrive while the sink is swapped.
-TEST(HostLog, ConcurrentLinesAllReachTheSink) {
-    ScopedLogCapture log;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([] {
-            for (int i = 0; i < 500; ++i) CMoxLog::MoxLogFormat(300, "f", i, "f", "line %d", i);
-        });
-    }
-    for (std::thread& t : threads) t.join();
-    EXPECT_EQ(log->Records().size(), 2000u);
-}
-
 // Test that a report reaches the sink with its id, tags and counters.
 TEST(HostReport, ReportsReachTheInstalledSink) {
     ScopedReportCapture reports;
@@ -89,20 +76,6 @@ TEST(HostReport, ReportsReachTheInstalledSink) {
     EXPECT_EQ(r.tags.at("kv_metric"), "refine_json_wrong");
     EXPECT_EQ(r.tags.at("caller"), "x");
     EXPECT_EQ(r.counters.at("kv_count"), 1);
-}
-
-// Test that the default report sink shows reports as debug lines.
-TEST(HostReport, DefaultSinkWritesDebugLines) {
-    const std::shared_ptr<IReportSink> previous = WorkbenchReport::SetSink(nullptr);
-    ScopedLogCapture log;
-    WorkbenchReport report(91936);
-    report.SetTag("method", "showToast");
-    report.Report();
-    WorkbenchReport::SetSink(previous);
-    const auto lines = log->Matching("report 91936");
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].priority, LOG_PRIORITY_DEBUG);
-    EXPECT_NE(lines[0].text.find("method=showToast"), std::string::npos);
 }
 
 // Test the value-returning getters: value, or zero for absent, mistyped or non-object input.
@@ -165,16 +138,6 @@ TEST(HostJson, OutGettersFollowTheirFlags) {
     EXPECT_EQ(lines[0].priority, LOG_PRIORITY_WARNING);
     EXPECT_NE(lines[0].text.find("C::f"), std::string::npos);
     EXPECT_NE(lines[1].text.find("\"i\""), std::string::npos);
-}
-
-// Test that business access hands out the installed clipboard helper.
-TEST(HostBizAccess, HandsOutTheInstalledClipboardHelper) {
-    CClipBoardHelper* previous = SingletonBizAcs::GetCClipBoardHelper();
-    int storage = 0;
-    auto* helper = reinterpret_cast<CClipBoardHelper*>(&storage);
-    SingletonBizAcs::SetCClipBoardHelper(helper);
-    EXPECT_EQ(SingletonBizAcs::GetCClipBoardHelper(), helper);
-    SingletonBizAcs::SetCClipBoardHelper(previous);
 }
 
 }  // namespace

@@ -176,11 +176,6 @@ TEST(ModuleManager, ExistRefusesMalformedPayloads) {
     EXPECT_EQ(log->Matching("[MoxH5] false in MoxModuleManager::Exist").size(), 4u);
 }
 
-// Test that the singleton is one instance whichever accessor reaches it.
-TEST(ModuleManager, SingletonAccessorsAgree) {
-    EXPECT_EQ(CSingleton<MoxModuleManager>::GetInstance(), MoxModuleManager::GetInstance());
-}
-
 }  // namespace
 }  // namespace moxh5::test
 

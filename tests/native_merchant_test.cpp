@@ -230,44 +230,5 @@ TEST(NativeMerchant, ClientLinksNeedTheHostsPrefix) {
     EXPECT_TRUE(log->Contains("[MoxH5] false in H5NativeWorker::openWebUseBrowser"));
 }
 
-// Test the log lines of the merchant tools, all under the worker's file name.
-TEST(NativeMerchant, LogLines) {
-    // Calls as case rows whose `answer` member holds the line the call must log once.
-    const NativeCase lines[] = {
-        {"openWebUseBrowser", R"({"params":{"targetUrl":"https://s.example/"}})", true,
-         "[MoxH5] Web req OpenWebUseBrowser content: {", nullptr, nullptr},
-        {"unReadMsgCount", R"({"params":{}})", false,
-         "[MoxH5] Web req UpdateUnReadMessageCount content: {", nullptr, nullptr},
-        {"AddUserBlackList", R"({"params":{}})", false,
-         "UserCenter is null, H5NativeWorker::addUserBlackList", nullptr, nullptr, kNoUserCenter},
-        {"HelpLinkTipsShow", R"({"params":{"orderSequenceNo":"o-1"}})", false,
-         "[MoxH5] CH5MsgImpl::OnJsSendData() ShowHelpLinkDlg failed,data {", "ShowHelpLinkDlg",
-         nullptr, kHostRefuses},
-        {"HelpBuyModalShow", R"({"params":{"goodsInfo":[]}})", false, "Invalid parameter, {",
-         nullptr, nullptr},
-        {"downloadFile",
-         R"({"params":{"action":"download","user":"cs-2","role":"cs","node":{"download_url":"u"}}})",
-         false, "cs-2-cs not current uid", nullptr, nullptr},
-    };
-    for (const NativeCase& c : lines) {
-        const char* expected = c.answer;
-        SCOPED_TRACE(expected);
-        RecordingHost host;
-        ScriptPageSession(host);
-        if (c.flags & kHostRefuses) host.SetResult(c.hostOp, false);
-        ScopedActionInterface installed(&host);
-        ScopedUserCenter users((c.flags & kNoUserCenter) ? nullptr : &host);
-        ScopedShellRecorder shell;
-        ScopedReportCapture reports;
-        ScopedLogCapture log;
-        Json::Value answer;
-        EXPECT_EQ(RunCall("JSCallNative", NativeCaseCall(c), answer), c.result);
-        const std::vector<MoxLogRecord> found = log->Matching(expected);
-        ASSERT_EQ(found.size(), 1u);
-        EXPECT_EQ(found[0].file, "H5NativeWorker.cpp");
-        EXPECT_EQ(found[0].text.rfind(expected, 0), 0u) << found[0].text;
-    }
-}
-
 }  // namespace
 }  // namespace moxh5::test

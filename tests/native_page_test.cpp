@@ -46,18 +46,5 @@ TEST(NativePage, CallsAnswerAndReachTheHostAsListed) {
     for (const NativeCase& c : kCases) ExpectNativeCase(c);
 }
 
-// Test the trace of a loaded worker page, and that a refused locate is not logged.
-TEST(NativePage, LogLines) {
-    RecordingHost host;
-    ScopedActionInterface installed(&host);
-    ScopedReportCapture reports;
-    ScopedLogCapture log;
-    Json::Value answer;
-    RunCall("JSCallNative", MakeCall("locateMessage", Json::Value("m-9")), answer);
-    EXPECT_TRUE(log->Records().empty());
-    RunCall("JSCallNative", MakeCall("workerOnLoad", Json::objectValue, true), answer);
-    EXPECT_TRUE(log->Contains("[MoxH5] WorkerLoaded content: {"));
-}
-
 }  // namespace
 }  // namespace moxh5::test

@@ -71,22 +71,6 @@ TEST_F(PageCallbackTest, NoNeedUnifyCallBackSilencesRenderPagesOnlyAndAsynExecBo
     }
 }
 
-// Test that the host receives the page's identity with the envelope.
-TEST_F(PageCallbackTest, HostReceivesSessionIndexAndCallbackId) {
-    EXPECT_TRUE(callBackToWebPage(false, true, 3, "mall|cs", "cb-7", "", Json::Value()));
-    EXPECT_TRUE(callBackToWebPage(true, true, 4, "mall|cs2", "cb-8", "w-1", Json::Value()));
-    const auto render = host.CallsOf("RenderJsCallback");
-    const auto worker = host.CallsOf("WorkerJsCallback");
-    ASSERT_EQ(render.size(), 1u);
-    ASSERT_EQ(worker.size(), 1u);
-    EXPECT_EQ(render[0].args["mallcsid"], "mall|cs");
-    EXPECT_EQ(render[0].args["webindex"], 3);
-    EXPECT_EQ(render[0].args["callId"], "cb-7");
-    EXPECT_EQ(worker[0].args["mallcsid"], "mall|cs2");
-    EXPECT_EQ(worker[0].args["webindex"], 4);
-    EXPECT_EQ(worker[0].args["callbackid"], "cb-8");
-}
-
 // Test that an empty callback id makes no callback and says why.
 TEST_F(PageCallbackTest, EmptyCallbackIdMakesNoCallback) {
     ScopedLogCapture log;
@@ -94,33 +78,6 @@ TEST_F(PageCallbackTest, EmptyCallbackIdMakesNoCallback) {
     EXPECT_FALSE(callBackToWebPage(true, true, 3, "m", "", "w", Json::Value()));
     EXPECT_TRUE(host.Calls().empty());
     EXPECT_EQ(log->Matching("[MoxH5] Callbackid is empty, no need callback.").size(), 2u);
-}
-
-// Test that a silenced or malformed answer writes its own line, or none for non-objects.
-TEST_F(PageCallbackTest, SkippedDeliveriesLogTheirReason) {
-    ScopedLogCapture log;
-    Deliver(false, true, ParseJson(R"({"NoNeedUnifyCallBack":true})"));
-    Deliver(false, true, ParseJson(R"({"AsynExec":true})"));
-    Deliver(true, true, ParseJson(R"({"AsynExec":true})"));
-    EXPECT_TRUE(log->Contains(
-        "[MoxH5] Render NoNeedUnifyCallBack mallcsid[mall|cs] webindex[3], callId[cb-7], return."));
-    EXPECT_TRUE(log->Contains(
-        "[MoxH5] Render JsAsyncCallback mallcsid[mall|cs] webindex[3], callId[cb-7], return."));
-    EXPECT_TRUE(
-        log->Contains("[MoxH5] Worker JsAsyncCallback mallcsid[mall|cs] webindex[3] workerid[w-1], "
-                      "callbackid[cb-7], return."));
-    log->Clear();
-    Deliver(false, true, ParseJson("[1,2]"));
-    Deliver(true, true, ParseJson("\"s\""));
-    EXPECT_TRUE(log->Records().empty());
-}
-
-// Test the direct render path's own empty-id guard.
-TEST_F(PageCallbackTest, RenderPathRefusesEmptyCallId) {
-    ScopedLogCapture log;
-    doCallBackToRender(&host, true, 1, "m", "", Json::Value());
-    EXPECT_TRUE(host.Calls().empty());
-    EXPECT_TRUE(log->Contains("[MoxH5] CallId is empty, no need callback."));
 }
 
 // Test that without an action interface nothing is delivered.
