@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,141 +16,88 @@
 namespace moxh5::test {
 namespace {
 
-struct ModuleMethods {
-    const char* module;
-    std::vector<const char*> methods;
+// Module name first, then its methods; the native module's come from its table.
+const char* const kModules[] = {
+    "JSCallBasic canIUse setLog",
+    "JSDevice getSystemInfo startMonitorScreenCapture stopMonitorScreenCapture onScreenCapture",
+    "JSNetwork request httpRequest",
+    "JSPhoto watch store watchCommon batchDownload",
+    "MMSSocket send",
+    "JSStorage setPasteboard setAllPasteboard getClipboardData",
 };
 
-const std::vector<ModuleMethods>& AllMethods() {
-    static const std::vector<ModuleMethods> all = {
-        {"JSCallBasic", {"canIUse", "setLog"}},
-        {"JSDevice",
-         {"getSystemInfo", "startMonitorScreenCapture", "stopMonitorScreenCapture",
-          "onScreenCapture"}},
-        {"JSNetwork", {"request", "httpRequest"}},
-        {"JSPhoto", {"watch", "store", "watchCommon", "batchDownload"}},
-        {"MMSSocket", {"send"}},
-        {"JSStorage", {"setPasteboard", "setAllPasteboard", "getClipboardData"}},
-    };
-    return all;
-}
-
-// The native module's names, from its own table.
-std::vector<const char*> NativeMethods() {
-    std::vector<const char*> names;
-    for (const H5NativeWorker::MethodRow& row : H5NativeWorker::kMethodRows)
-        names.push_back(row.name);
-    return names;
-}
-
 // The keys the modules read from "params", and nested objects they read from.
-const char* const kKeys[] = {"name",
-                             "content",
-                             "logLevel",
-                             "type",
-                             "url",
-                             "cookie",
-                             "headers",
-                             "msg_id",
-                             "urlArr",
-                             "index",
-                             "cmd",
-                             "uid",
-                             "request_id",
-                             "data",
-                             "successMsg",
-                             "errorMsg",
-                             "title",
-                             "duration",
-                             "toastType",
-                             "toastMsg",
-                             "leftButtonText",
-                             "rightButtonText",
-                             "width",
-                             "height",
-                             "scene",
-                             "frequency",
-                             "left",
-                             "right",
-                             "replyMessage",
-                             "goodsInfo",
-                             "page",
-                             "jump",
-                             "filePath",
-                             "pluginID",
-                             "callID",
-                             "filter",
-                             "signName",
-                             "signValue",
-                             "fileDataName",
-                             "tempFilePath",
-                             "pageName",
-                             "currentUid",
-                             "orderSn",
-                             "mallId",
-                             "operateName",
-                             "orderGoodsList",
-                             "targetUrl",
-                             "targetUrlType",
-                             "unreadUrgentMsgCount",
-                             "from",
-                             "orderSequenceNo",
-                             "goodsUrl",
-                             "user",
-                             "role",
-                             "download_url",
-                             "file_name",
-                             "response",
-                             "robot_learn_guide",
-                             "msg",
-                             "csid",
-                             "mallid"};
+const char kKeys[] =
+    "name content logLevel type url cookie headers msg_id urlArr index cmd uid request_id data "
+    "successMsg errorMsg title duration toastType toastMsg leftButtonText rightButtonText width "
+    "height scene frequency left right replyMessage goodsInfo page jump filePath pluginID callID "
+    "filter signName signValue fileDataName tempFilePath pageName currentUid orderSn mallId "
+    "operateName orderGoodsList targetUrl targetUrlType unreadUrgentMsgCount from orderSequenceNo "
+    "goodsUrl user role download_url file_name response robot_learn_guide msg csid mallid";
+
+std::vector<std::string> Words(const std::string& text) {
+    std::istringstream in(text);
+    std::vector<std::string> words;
+    for (std::string word; in >> word;) words.push_back(word);
+    return words;
+}
 
 // Paths and links that name nothing on this machine.
 const std::string kNowhere = "moxh5-sweep-\xE4\xB8\x8D\xE5\xAD\x98\xE5\x9C\xA8-\xFF";
 
-uintptr_t RefuseToOpen(const std::wstring&) { return 2; }
-int RefuseToRemove(const std::wstring&) { return -1; }
+Json::Value Payload(const Json::Value& params) {
+    Json::Value payload;
+    payload["params"] = params;
+    return payload;
+}
+
+// Params with every key set to `value`.
+Json::Value EveryKey(const Json::Value& value) {
+    Json::Value params(Json::objectValue);
+    for (const std::string& key : Words(kKeys)) params[key] = value;
+    return Payload(params);
+}
 
 class BadInputSweep : public ::testing::Test {
 protected:
     void SetUp() override {
         // Pages' garbage must not open, or delete, anything real.
-        platform::SetShellOpenHook(&RefuseToOpen);
-        platform::SetRemoveFileHook(&RefuseToRemove);
+        platform::SetShellOpenHook([](const std::wstring&) -> uintptr_t { return 2; });
+        platform::SetRemoveFileHook([](const std::wstring&) { return -1; });
         host.SetCurrentUid("", "buyer-1");
     }
     void TearDown() override {
         platform::SetShellOpenHook(nullptr);
         platform::SetRemoveFileHook(nullptr);
+        EXPECT_FALSE(errors->Contains("[MoxH5] exception in"));
     }
 
-    // Runs one payload against every method, both page kinds, and checks the
-    // outcome's shape. Returns how many calls were made.
-    int Sweep(const Json::Value& payloadTemplate, const std::string& what) {
-        int calls = 0;
-        std::vector<ModuleMethods> modules = AllMethods();
-        modules.push_back({"JSCallNative", NativeMethods()});
-        for (const ModuleMethods& module : modules) {
-            for (const char* method : module.methods) {
+    // Runs one payload against every method, from both page kinds, and checks
+    // the outcome's shape; then the host finishes what it accepted, badly.
+    void Sweep(const Json::Value& payloadTemplate, const std::string& what) {
+        std::vector<std::vector<std::string>> modules;
+        for (const char* line : kModules) modules.push_back(Words(line));
+        modules.push_back({"JSCallNative"});
+        for (const H5NativeWorker::MethodRow& row : H5NativeWorker::kMethodRows)
+            modules.back().push_back(row.name);
+        for (const std::vector<std::string>& module : modules) {
+            for (size_t m = 1; m < module.size(); ++m) {
                 for (bool isWorker : {false, true}) {
-                    mox_h5_module_data call = MakeCall(method, Json::Value(), isWorker);
+                    mox_h5_module_data call = MakeCall(module[m], Json::Value(), isWorker);
                     call.payload = payloadTemplate;
                     if (call.payload.isObject() && !call.payload.isMember("method")) {
-                        call.payload["method"] = method;
+                        call.payload["method"] = module[m];
                     }
-                    CheckOne(module.module, method, call, what);
-                    ++calls;
+                    CheckOne(module[0], call, module[m] + " " + what);
                 }
             }
         }
         host.CompleteAll(false, Json::Value("not an object"));
         host.Reset();
         host.SetCurrentUid("", "buyer-1");
-        return calls;
     }
 
-    void CheckOne(const char* module, const char* method, const mox_h5_module_data& call,
+    void CheckOne(const std::string& module, const mox_h5_module_data& call,
                   const std::string& what) {
         static const std::set<std::string> failureTexts = {"Invalid method.", "Invalid params.",
                                                            "Invalid param.", "Invalid Param.",
@@ -160,8 +108,8 @@ protected:
         ASSERT_TRUE(answer.isObject()) << module << " " << what;
         const Json::Value& message = answer["message"];
         if (message.isString() && failureTexts.count(message.asString())) {
-            EXPECT_FALSE(handled) << module << "." << method << " " << what << " answered "
-                                  << message.asString() << " with success";
+            EXPECT_FALSE(handled) << module << "." << what << " answered " << message.asString()
+                                  << " with success";
         }
         callBackToWebPage(call.isWorker, handled, call.webindex, call.mallcsid, call.callbackid,
                           "worker-9", answer);
@@ -173,13 +121,7 @@ protected:
     ScopedLogCapture errors{LOG_PRIORITY_ERROR};
 };
 
-Json::Value Payload(const Json::Value& params) {
-    Json::Value payload;
-    payload["params"] = params;
-    return payload;
-}
-
-// Test payloads that are not objects, and "params" of every JSON type.
+// Test payloads that are not objects, "params" of every JSON type, and a method that is no text.
 TEST_F(BadInputSweep, MalformedPayloadsAndParams) {
     for (const char* text : {"null", "1", "\"text\"", "[1,2]", "true"}) {
         Sweep(ParseJson(text), std::string("payload ") + text);
@@ -190,42 +132,11 @@ TEST_F(BadInputSweep, MalformedPayloadsAndParams) {
     Json::Value methodNotString = Payload(Json::objectValue);
     methodNotString["method"] = 7;
     Sweep(methodNotString, "method 7");
-    EXPECT_FALSE(errors->Contains("[MoxH5] exception in"));
 }
 
-// Test every key with values of the wrong type, empty, and invalid UTF-8.
-TEST_F(BadInputSweep, KeysOfWrongTypeEmptyOrInvalidText) {
-    const Json::Value values[] = {Json::Value(),
-                                  Json::Value(-2147483647 - 1),
-                                  Json::Value(1e300),
-                                  Json::Value(true),
-                                  Json::Value(""),
-                                  Json::Value(Json::arrayValue),
-                                  ParseJson(R"({"a":[1,{"b":null}]})"),
-                                  Json::Value(kNowhere),
-                                  Json::Value("\xC3\x28\xA0\xA1\xF0\x28\x8C\x28")};
-    for (const Json::Value& value : values) {
-        Json::Value params(Json::objectValue);
-        for (const char* key : kKeys) params[key] = value;
-        Sweep(Payload(params), "every key " + value.toStyledString());
-    }
-    EXPECT_FALSE(errors->Contains("[MoxH5] exception in"));
-}
-
-// Test megabyte texts in the keys that carry text.
-TEST_F(BadInputSweep, MegabyteTexts) {
-    const std::string big = kNowhere + std::string(2 * 1024 * 1024, 'x');
-    for (const char* key : {"content", "url", "data", "title", "name", "cmd", "page", "jump",
-                            "filePath", "targetUrl", "toastMsg", "msg_id"}) {
-        Json::Value params(Json::objectValue);
-        params[key] = big;
-        Sweep(Payload(params), std::string("megabyte ") + key);
-    }
-    EXPECT_FALSE(errors->Contains("[MoxH5] exception in"));
-}
-
-// Test deeply nested values in params and in every key.
-TEST_F(BadInputSweep, DeeplyNestedValues) {
+// Test every key with values of the wrong type, empty, invalid UTF-8 or nested 400 deep, and
+// megabyte texts in the keys that carry text.
+TEST_F(BadInputSweep, KeysOfWrongTypeEmptyInvalidDeepOrHuge) {
     Json::Value deep = ParseJson("[]");
     for (int depth = 0; depth < 400; ++depth) {
         Json::Value outer(Json::objectValue);
@@ -233,10 +144,24 @@ TEST_F(BadInputSweep, DeeplyNestedValues) {
         deep = outer;
     }
     Sweep(Payload(deep), "deep params");
-    Json::Value params(Json::objectValue);
-    for (const char* key : kKeys) params[key] = deep;
-    Sweep(Payload(params), "deep keys");
-    EXPECT_FALSE(errors->Contains("[MoxH5] exception in"));
+    const Json::Value values[] = {Json::Value(),
+                                  Json::Value(-2147483647 - 1),
+                                  Json::Value(1e300),
+                                  Json::Value(true),
+                                  Json::Value(""),
+                                  Json::Value(Json::arrayValue),
+                                  Json::Value(kNowhere),
+                                  ParseJson(R"({"a":[1,{"b":null}]})"),
+                                  Json::Value("\xC3\x28\xA0\xA1\xF0\x28\x8C\x28"),
+                                  deep};
+    for (const Json::Value& value : values) Sweep(EveryKey(value), "every key " + Compact(value));
+    const std::string big = kNowhere + std::string(2 * 1024 * 1024, 'x');
+    for (const char* key : {"content", "url", "data", "title", "name", "cmd", "page", "jump",
+                            "filePath", "targetUrl", "toastMsg", "msg_id"}) {
+        Json::Value params(Json::objectValue);
+        params[key] = big;
+        Sweep(Payload(params), std::string("megabyte ") + key);
+    }
 }
 
 }  // namespace

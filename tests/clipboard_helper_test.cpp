@@ -45,64 +45,52 @@ TEST(ClipboardHelper, FormatsAreListedInTheirFixedOrder) {
     EXPECT_EQ(Listed(), Formats{});
 }
 
+// What was read, in one line: the format read (P private text, W private wide text, U Unicode
+// text, B bitmap, F file list), then the texts and whether a bitmap or file list came along.
+std::string Described(bool read, const mox_clipboard_content& c) {
+    const std::pair<uint32_t, const char*> names[] = {{0, "-"},
+                                                      {kPrivateText, "P"},
+                                                      {kPrivateWide, "W"},
+                                                      {kClipboardUnicodeText, "U"},
+                                                      {kClipboardBitmap, "B"},
+                                                      {kClipboardFileList, "F"}};
+    std::string format = "?";
+    for (const auto& [value, name] : names) {
+        if (c.format == value) format = name;
+    }
+    return std::string(read ? "read " : "none ") + format + " [" + c.private_text + "|" +
+           platform::WideToUtf8(c.unicode_text) + "|" + platform::WideToUtf8(c.private_wide_text) +
+           "|" + c.ansi_text + "]" + (c.bitmap ? " bitmap" : "") + (c.drop ? " drop" : "");
+}
+
 // Test that the first listed format decides what is read, with the bitmap and
 // file-list cases, and that each reader takes only its own formats.
 TEST(ClipboardHelper, ContentIsReadFromTheFirstListedFormat) {
-    const struct {
-        std::vector<ClipboardData> items;
-        bool read;
-        uint32_t format;
-        std::string privateText;
-        std::wstring unicodeText, privateWideText;
-        bool bitmap, drop;
-    } cases[] = {
-        {{}, false, 0, "", L"", L"", false, false},
-        {{{kPrivateText, std::string("p\0tail", 6)}, kFiles},
-         true,
-         kPrivateText,
-         "p",
-         L"",
-         L"",
-         false,
-         false},
-        {{{kClipboardText, "ansi"}}, true, kClipboardUnicodeText, "", L"ansi", L"", false, false},
-        {{{kPrivateWide, Utf16Bytes(u"\u8BA2\u5355")}},
-         true,
-         kPrivateWide,
-         "",
-         L"",
-         L"\u8BA2\u5355",
-         false,
-         false},
-        {{kBitmap, {kPrivateWide, Utf16Bytes(u"w")}},
-         true,
-         kClipboardBitmap,
-         "",
-         L"",
-         L"w",
-         true,
-         false},
-        {{kBitmap}, true, kClipboardBitmap, "", L"", L"", true, false},
-        {{kFiles}, true, kClipboardFileList, "", L"", L"", false, true},
+    const std::pair<std::vector<ClipboardData>, const char*> cases[] = {
+        {{}, "none - [|||]"},
+        {{{kPrivateText, std::string("p\0tail", 6)}, kFiles}, "read P [p|||]"},
+        {{{kClipboardText, "ansi"}}, "read U [|ansi||]"},
+        {{{kPrivateWide, Utf16Bytes(u"\u8BA2\u5355")}}, "read W [||\xE8\xAE\xA2\xE5\x8D\x95|]"},
+        {{kBitmap, {kPrivateWide, Utf16Bytes(u"w")}}, "read B [||w|] bitmap"},
+        {{kBitmap}, "read B [|||] bitmap"},
+        {{kFiles}, "read F [|||] drop"},
     };
-    for (const auto& c : cases) {
-        ASSERT_TRUE(ReplaceClipboard(c.items));
+    for (const auto& [items, described] : cases) {
+        ASSERT_TRUE(ReplaceClipboard(items));
         mox_clipboard_content content;
         content.ansi_text = "stale";
-        EXPECT_EQ(Helper().GetClipboardContent(content), c.read) << c.format;
-        EXPECT_EQ(content.format, c.format);
-        EXPECT_EQ(content.private_text, c.privateText) << c.format;
-        EXPECT_EQ(content.unicode_text, c.unicodeText) << c.format;
-        EXPECT_EQ(content.private_wide_text, c.privateWideText) << c.format;
-        EXPECT_EQ(content.ansi_text, "") << c.format;
-        EXPECT_EQ(static_cast<bool>(content.bitmap), c.bitmap) << c.format;
-        EXPECT_EQ(static_cast<bool>(content.drop), c.drop) << c.format;
+        const bool read = Helper().GetClipboardContent(content);
+        EXPECT_EQ(Described(read, content), described);
     }
+    ASSERT_TRUE(ReplaceClipboard({{kClipboardUnicodeText, Utf16Bytes(u"u")}, {kPrivateText, "p"}}));
     std::string narrow;
     std::wstring wide;
     EXPECT_FALSE(Helper().ReadTextFormat(kClipboardUnicodeText, narrow));
+    EXPECT_FALSE(Helper().ReadTextFormat(0, narrow));
     EXPECT_FALSE(Helper().ReadWideTextFormat(kClipboardText, wide));
+    EXPECT_FALSE(Helper().ReadWideTextFormat(kPrivateText, wide));
     EXPECT_FALSE(Helper().ReadWideTextFormat(kPrivateWide, wide)) << "not on the clipboard";
+    EXPECT_EQ(narrow + platform::WideToUtf8(wide), "");
 }
 
 // Test that a copy replaces everything, that a clipboard held elsewhere fails

@@ -12,7 +12,6 @@
 namespace moxh5::test {
 namespace {
 
-using detail::CompletionMethodMap;
 using detail::ContextMethodMap;
 using detail::PlainDispatchRules;
 using detail::PlainHandler;
@@ -65,21 +64,37 @@ TEST(PlainDispatch, RunsTheNamedHandlerOrRefusesTheMethod) {
     }
 }
 
-// Test that a call without a usable request or "method" runs nothing and answers nothing.
-TEST(PlainDispatch, NullRequestOrMissingMethodLeavesAnswerUntouched) {
-    PlainMethodMap methods{{"a", Marking("a")}};
-    ScopedLogCapture log;
-    Json::Value answer;
-    EXPECT_FALSE(detail::DispatchPlain(methods, nullptr, answer, kSite, {}));
+// Test that a call without a usable request or "method" runs no handler in any of the three
+// dispatches: the plain and the context one answer nothing and fail; the completion one
+// completes once and succeeds, so that the page still hears back.
+TEST(Dispatch, NullRequestOrMissingMethodRunsNoHandler) {
+    PlainMethodMap plain{{"a", Marking("a")}};
+    ContextMethodMap byContext{{"a", {Marking("a"), Marking("a")}}};
+    detail::CompletionMethodMap withCompletion{
+        {"a", [](const mox_h5_module_data* d, const std::function<bool()>&, Json::Value& a) {
+             return Marking("a")(d, a);
+         }}};
     mox_h5_module_data call = MakeCall("a");
-    call.payload.removeMember("method");
-    EXPECT_FALSE(detail::DispatchPlain(methods, &call, answer, kSite, {}));
-    call.payload["method"] = 42;
-    EXPECT_FALSE(detail::DispatchPlain(methods, &call, answer, kSite, {}));
-    call.payload = Json::Value("a");
-    EXPECT_FALSE(detail::DispatchPlain(methods, &call, answer, kSite, {}));
-    EXPECT_TRUE(answer.isNull());
-    EXPECT_EQ(log->Matching("[MoxH5] false in TestWorker::Execute 10").size(), 4u);
+    const Json::Value payloads[] = {ParseJson(R"({"params":{}})"), ParseJson(R"({"method":42})"),
+                                    Json::Value("a")};
+    for (const Json::Value& payload : payloads) {
+        call.payload = payload;
+        for (const mox_h5_module_data* data : {&call, static_cast<mox_h5_module_data*>(nullptr)}) {
+            SCOPED_TRACE(Compact(payload) + (data ? "" : " null request"));
+            ScopedLogCapture log;
+            Json::Value answer;
+            EXPECT_FALSE(detail::DispatchPlain(plain, data, answer, kSite, {}));
+            EXPECT_FALSE(detail::DispatchByContext(byContext, data, answer, kSite));
+            EXPECT_TRUE(answer.isNull());
+            EXPECT_EQ(log->Matching("[MoxH5] false in TestWorker::Execute 10").size(), 2u);
+            if (!data) continue;  // the completion dispatch takes no null request
+            int completed = 0;
+            EXPECT_TRUE(detail::DispatchWithCompletion(
+                withCompletion, data, [&completed] { return ++completed > 0; }, answer, kSite));
+            EXPECT_EQ(completed, 1);
+            EXPECT_TRUE(answer.isNull());
+        }
+    }
 }
 
 // Test that the usage report is sent before the handler runs, also for a failing handler.

@@ -24,6 +24,7 @@ TEST(MsgCenter, ReadsTheFirst49CharactersAsADecimalNumber) {
         EXPECT_EQ(reinterpret_cast<uintptr_t>(GetMsgCenterInstance()), address) << text;
     }
     UnsetTestEnv(ScopedMsgCenter::Name());
+    EXPECT_EQ(GetMsgCenterInstance(), nullptr) << "not published";
 }
 
 }  // namespace

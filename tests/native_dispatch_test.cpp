@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <set>
 
 #include "modules/native/H5NativeWorker.h"
 #include "tests/fakes/native_case.h"
@@ -17,12 +18,11 @@ constexpr H5NativeWorker::Slots kBoth = H5NativeWorker::kBothSlots;
 constexpr bool kUnified = true, kOwnPath = false, kLater = true, kNow = false;
 
 // The table as pages and hosts rely on it, kept apart from the worker's own:
-// JS name, member, contexts, answered through the unified callback, may answer
-// later, and the host operations a built handler reaches with kProbe, in
-// order and comma-separated ("" for none).
+// JS name, contexts, answered through the unified callback, may answer later,
+// and the host operations its handler reaches with kProbe, in order and
+// comma-separated ("" for none).
 struct ExpectedRow {
     const char* name;
-    const char* member;
     H5NativeWorker::Slots slots;
     bool unified;
     bool later;
@@ -31,59 +31,59 @@ struct ExpectedRow {
 
 // clang-format off
 const ExpectedRow kRows[] = {
-    {"AddUserBlackList", "addUserBlackList", kRender, kOwnPath, kNow, "AddUserToBlackList"},
-    {"UpdateQuickReply", "updateQuickReply", kRender, kOwnPath, kNow, "UpdateQuickReply"},
-    {"ExportQuickReply", "exportQuickReply", kRender, kOwnPath, kNow, "ExportQuickReply"},
-    {"ImportQuickReply", "importQuickReply", kRender, kOwnPath, kNow, "ImportQuickReply"},
-    {"DownQuickReplyModule", "downQuickReplyModule", kRender, kOwnPath, kNow, "DownQuickReplyModule"},
-    {"HelpLinkTipsShow", "helpLinkTipsShow", kRender, kOwnPath, kNow, "ShowHelpLinkDlg"},
-    {"HelpBuyModalShow", "helpBuyModalShow", kRender, kOwnPath, kNow, "ShowHelpBuyModal"},
-    {"BusinessReport", "businessReport", kRender, kOwnPath, kNow, "BusinessReport"},
-    {"sendVideoShow", "sendVideoShow", kRender, kOwnPath, kNow, "SendVideoShow"},
-    {"openWebUseBrowser", "openWebUseBrowser", kBoth, kUnified, kNow, "OpenClientLink"},
-    {"sendAddressMsg", "sendAddressMsg", kRender, kOwnPath, kNow, "SendAddressMsg"},
-    {"sendFaseReply", "sendFaseReply", kRender, kOwnPath, kNow, "SendFaseReply"},
-    {"sendRichContent", "sendRich_GoodsListContent", kRender, kOwnPath, kNow, "SendRichContent"},
-    {"sendGoodsListRichContent", "sendRich_GoodsListContent", kRender, kOwnPath, kNow, "SendRichContent"},
-    {"openNewConversation", "openNewConversation", kBoth, kUnified, kLater, "OpenNewConversation"},
-    {"littleMoney", "littleMoney", kRender, kOwnPath, kNow, "OpenLittleMoney"},
-    {"unReadMsgCount", "unReadMsgCount", kBoth, kUnified, kNow, "UpdateUnreadMessageCount"},
-    {"oneClickUpdate", "oneClickUpdate", kBoth, kUnified, kNow, ""},
-    {"shareGoods", "shareGoods", kRender, kOwnPath, kNow, "ShareGoods"},
-    {"shareGoodsUrl", "shareGoodsUrl", kRender, kOwnPath, kNow, "ShareGoodsUrl"},
-    {"openWaitHandleOrder", "openWaitHandleOrder", kBoth, kUnified, kNow, "OpenWaitHandleOrder"},
-    {"openGoodsManage", "openGoodsManage", kBoth, kUnified, kNow, "OpenGoodsManage"},
-    {"pageChange", "pageChange", kBoth, kUnified, kNow, "PageChange"},
-    {"sessionExpired", "sessionExpired", kBoth, kUnified, kNow, "SessionExpired"},
-    {"windowsDownLoad", "windowsDownLoad", kBoth, kUnified, kNow, ""},
-    {"getMallInfo", "getMallInfo", kRender, kOwnPath, kNow, "GetMallInfo"},
-    {"downloadFile", "downloadFile", kRender, kOwnPath, kNow, "DownloadFile"},
-    {"getTesselActions", "getTesselActions", kRender, kOwnPath, kNow, "GetTesselActions"},
-    {"getCurrentCustomerInfo", "getCurrentCustomerInfo", kRender, kOwnPath, kNow, "GetCurrentCustomerInfo"},
-    {"checkFileExist", "checkFileExist", kRender, kOwnPath, kNow, "RenderJsCallback"},
-    {"getPluginVersion", "getPluginVersion", kRender, kOwnPath, kNow, "GetPluginVersion,RenderJsCallback"},
-    {"selectFile", "selectFile", kBoth, kUnified, kLater, "SelectFile"},
-    {"downloadRemoteFile", "downloadRemoteFile", kBoth, kUnified, kLater, "DownloadRemoteFile"},
-    {"uploadFile", "uploadFile", kBoth, kUnified, kLater, "UploadFile"},
-    {"showToast", "showToast", kBoth, kUnified, kNow, "ShowToast"},
-    {"showEasyWnd", "showEasyWnd", kBoth, kUnified, kLater, "ShowEasyWnd"},
-    {"showCommonTip", "showCommonTip", kBoth, kUnified, kLater, "ShowCommonTip"},
-    {"saveFile", "saveFile", kBoth, kUnified, kLater, "SaveFile"},
-    {"removeSavedFile", "removeSavedFile", kBoth, kUnified, kNow, ""},
-    {"openWindow", "openWindow", kRender, kOwnPath, kNow, "OpenWindow"},
-    {"merchantLoadFinish", "merchantLoadFinish", kRender, kOwnPath, kNow, "MerchantLoadFinished"},
-    {"MainFrameShowTip", "mainFrameShowTip", kRender, kOwnPath, kNow, "ShowToast"},
-    {"httpError", "httpError", kRender, kOwnPath, kNow, "ReportHttpError"},
-    {"getFileInfo", "getFileInfo", kBoth, kUnified, kNow, ""},
-    {"updateKeysSetOfWindows", "updateKeysSetOfWindows", kBoth, kOwnPath, kNow, "UpdateWindowsKey"},
-    {"workerOnLoad", "workerOnLoad", kWorker, kOwnPath, kNow, "WorkerOnLoad"},
-    {"updateMsg", "updateMsg", kBoth, kOwnPath, kNow, "UpdateMsg"},
-    {"workOrderReminder", "workOrderReminder", kRender, kOwnPath, kNow, "RemindWorkOrder"},
-    {"locateMessage", "locateMessage", kBoth, kOwnPath, kNow, "LocateMessage"},
-    {"logisticOrderSelect", "logisticOrderSelect", kRender, kOwnPath, kNow, "LogisticOrderSelect"},
-    {"FeedBackCommon", "feedBack", kBoth, kOwnPath, kNow, ""},
-    {"getWorkbenchVersion", "getWorkbenchVersion", kBoth, kUnified, kNow, ""},
-    {"updateShielding", "updateShielding", kRender, kOwnPath, kNow, "UpdateShielding"},
+    {"AddUserBlackList", kRender, kOwnPath, kNow, "AddUserToBlackList"},
+    {"UpdateQuickReply", kRender, kOwnPath, kNow, "UpdateQuickReply"},
+    {"ExportQuickReply", kRender, kOwnPath, kNow, "ExportQuickReply"},
+    {"ImportQuickReply", kRender, kOwnPath, kNow, "ImportQuickReply"},
+    {"DownQuickReplyModule", kRender, kOwnPath, kNow, "DownQuickReplyModule"},
+    {"HelpLinkTipsShow", kRender, kOwnPath, kNow, "ShowHelpLinkDlg"},
+    {"HelpBuyModalShow", kRender, kOwnPath, kNow, "ShowHelpBuyModal"},
+    {"BusinessReport", kRender, kOwnPath, kNow, "BusinessReport"},
+    {"sendVideoShow", kRender, kOwnPath, kNow, "SendVideoShow"},
+    {"openWebUseBrowser", kBoth, kUnified, kNow, "OpenClientLink"},
+    {"sendAddressMsg", kRender, kOwnPath, kNow, "SendAddressMsg"},
+    {"sendFaseReply", kRender, kOwnPath, kNow, "SendFaseReply"},
+    {"sendRichContent", kRender, kOwnPath, kNow, "SendRichContent"},
+    {"sendGoodsListRichContent", kRender, kOwnPath, kNow, "SendRichContent"},
+    {"openNewConversation", kBoth, kUnified, kLater, "OpenNewConversation"},
+    {"littleMoney", kRender, kOwnPath, kNow, "OpenLittleMoney"},
+    {"unReadMsgCount", kBoth, kUnified, kNow, "UpdateUnreadMessageCount"},
+    {"oneClickUpdate", kBoth, kUnified, kNow, ""},
+    {"shareGoods", kRender, kOwnPath, kNow, "ShareGoods"},
+    {"shareGoodsUrl", kRender, kOwnPath, kNow, "ShareGoodsUrl"},
+    {"openWaitHandleOrder", kBoth, kUnified, kNow, "OpenWaitHandleOrder"},
+    {"openGoodsManage", kBoth, kUnified, kNow, "OpenGoodsManage"},
+    {"pageChange", kBoth, kUnified, kNow, "PageChange"},
+    {"sessionExpired", kBoth, kUnified, kNow, "SessionExpired"},
+    {"windowsDownLoad", kBoth, kUnified, kNow, ""},
+    {"getMallInfo", kRender, kOwnPath, kNow, "GetMallInfo"},
+    {"downloadFile", kRender, kOwnPath, kNow, "DownloadFile"},
+    {"getTesselActions", kRender, kOwnPath, kNow, "GetTesselActions"},
+    {"getCurrentCustomerInfo", kRender, kOwnPath, kNow, "GetCurrentCustomerInfo"},
+    {"checkFileExist", kRender, kOwnPath, kNow, "RenderJsCallback"},
+    {"getPluginVersion", kRender, kOwnPath, kNow, "GetPluginVersion,RenderJsCallback"},
+    {"selectFile", kBoth, kUnified, kLater, "SelectFile"},
+    {"downloadRemoteFile", kBoth, kUnified, kLater, "DownloadRemoteFile"},
+    {"uploadFile", kBoth, kUnified, kLater, "UploadFile"},
+    {"showToast", kBoth, kUnified, kNow, "ShowToast"},
+    {"showEasyWnd", kBoth, kUnified, kLater, "ShowEasyWnd"},
+    {"showCommonTip", kBoth, kUnified, kLater, "ShowCommonTip"},
+    {"saveFile", kBoth, kUnified, kLater, "SaveFile"},
+    {"removeSavedFile", kBoth, kUnified, kNow, ""},
+    {"openWindow", kRender, kOwnPath, kNow, "OpenWindow"},
+    {"merchantLoadFinish", kRender, kOwnPath, kNow, "MerchantLoadFinished"},
+    {"MainFrameShowTip", kRender, kOwnPath, kNow, "ShowToast"},
+    {"httpError", kRender, kOwnPath, kNow, "ReportHttpError"},
+    {"getFileInfo", kBoth, kUnified, kNow, ""},
+    {"updateKeysSetOfWindows", kBoth, kOwnPath, kNow, "UpdateWindowsKey"},
+    {"workerOnLoad", kWorker, kOwnPath, kNow, "WorkerOnLoad"},
+    {"updateMsg", kBoth, kOwnPath, kNow, "UpdateMsg"},
+    {"workOrderReminder", kRender, kOwnPath, kNow, "RemindWorkOrder"},
+    {"locateMessage", kBoth, kOwnPath, kNow, "LocateMessage"},
+    {"logisticOrderSelect", kRender, kOwnPath, kNow, "LogisticOrderSelect"},
+    {"FeedBackCommon", kBoth, kOwnPath, kNow, ""},
+    {"getWorkbenchVersion", kBoth, kUnified, kNow, ""},
+    {"updateShielding", kRender, kOwnPath, kNow, "UpdateShielding"},
 };
 // clang-format on
 
@@ -111,44 +111,55 @@ const std::map<std::string, std::pair<bool, const char*>> kProbeOutcomes = {
     {"getWorkbenchVersion", {true, R"({"data":{"WorkbenchVersion":"3.4.8.3"}})"}},
 };
 
+// The names served without the host's action interface, and the contexts each name is tried in
+// (worker page or not, action interface or not).
+const std::set<std::string> kServedWithoutHost = {"oneClickUpdate",  "windowsDownLoad",
+                                                  "removeSavedFile", "getFileInfo",
+                                                  "FeedBackCommon",  "getWorkbenchVersion"};
+const std::pair<bool, bool> kContexts[] = {{false, true}, {true, true}, {false, false}};
+
 std::string JoinedOps(const std::vector<HostCall>& calls) {
     std::string ops;
     for (const HostCall& call : calls) ops += (ops.empty() ? "" : ",") + call.op;
     return ops;
 }
 
-// Test that the worker's table holds these rows in this order, and knows every name.
-TEST(NativeTable, ListsEveryNameInRegistrationOrder) {
-    ASSERT_EQ(H5NativeWorker::kMethodRows.size(), std::size(kRows));
-    H5NativeWorker worker;
-    for (size_t i = 0; i < std::size(kRows); ++i) {
-        const H5NativeWorker::MethodRow& row = H5NativeWorker::kMethodRows[i];
-        SCOPED_TRACE(kRows[i].name);
-        EXPECT_STREQ(row.name, kRows[i].name);
-        EXPECT_STREQ(row.handlerName, kRows[i].member);
-        EXPECT_EQ(row.slots, kRows[i].slots);
-        EXPECT_EQ(row.unified, kRows[i].unified);
-        EXPECT_EQ(row.mayAnswerLater, kRows[i].later);
-        EXPECT_NE(row.handler, nullptr);
-        EXPECT_TRUE(worker.Exist(kRows[i].name));
-    }
-    for (const char* name : {"addUserBlackList", "ShowToast", "mainFrameShowTip", "feedBack", ""}) {
-        EXPECT_FALSE(worker.Exist(name)) << "exact names only: " << name;
+// A handler called without a request refuses it, says where, and leaves the answer alone.
+void ExpectNullRequestRefused(const std::string& name) {
+    for (const H5NativeWorker::MethodRow& row : H5NativeWorker::kMethodRows) {
+        if (name != row.name) continue;
+        ScopedLogCapture log;
+        Json::Value answer(Json::objectValue);
+        // The version answer reads nothing of the request.
+        EXPECT_EQ(row.handler(nullptr, answer), name == "getWorkbenchVersion") << name;
+        if (name == "getWorkbenchVersion") continue;
+        EXPECT_EQ(Compact(answer), "{}") << name;
+        EXPECT_TRUE(log->Contains("[MoxH5] false in H5NativeWorker::")) << name;
     }
 }
 
-// Test that each name reaches its handler in its contexts only, counted once first, with its flags.
+// Test that each name, exactly as written and no other, reaches its handler in its contexts only,
+// counted once first, with its flags; and that all but a few refuse to work without the host's
+// action interface.
 TEST(NativeTable, EachNameIsServedInItsContextsOnly) {
+    ASSERT_EQ(H5NativeWorker::kMethodRows.size(), std::size(kRows));
+    H5NativeWorker worker;
+    for (const char* name : {"addUserBlackList", "ShowToast", "mainFrameShowTip", "feedBack", ""}) {
+        EXPECT_FALSE(worker.Exist(name)) << "exact names only: " << name;
+    }
     RecordingHost host;
     ScriptPageSession(host);
-    ScopedActionInterface installed(&host);
     ScopedUserCenter users(&host);
     ScopedShellRecorder shell;
     for (const ExpectedRow& row : kRows) {
-        for (const bool isWorker : {false, true}) {
-            SCOPED_TRACE(std::string(row.name) + (isWorker ? " from a worker" : " from a render"));
+        EXPECT_TRUE(worker.Exist(row.name)) << row.name;
+        ExpectNullRequestRefused(row.name);
+        for (const auto& [isWorker, withHost] : kContexts) {
+            SCOPED_TRACE(std::string(row.name) + (isWorker ? " from a worker" : " from a render") +
+                         (withHost ? "" : " without action interface"));
             host.ClearCalls();
             host.TakePending();
+            ScopedActionInterface installed(withHost ? &host : nullptr);
             ScopedLogCapture log;
             ScopedReportCapture reports;
             Json::Value answer(Json::objectValue);
@@ -168,11 +179,16 @@ TEST(NativeTable, EachNameIsServedInItsContextsOnly) {
                 continue;
             }
             const auto special = kProbeOutcomes.find(row.name);
-            const auto [result, extra] = special != kProbeOutcomes.end()
-                                             ? special->second
-                                             : std::pair<bool, const char*>{true, "{}"};
+            auto [result, extra] = special != kProbeOutcomes.end()
+                                       ? special->second
+                                       : std::pair<bool, const char*>{true, "{}"};
+            const bool refused = !withHost && kServedWithoutHost.count(row.name) == 0;
+            if (refused) {
+                result = false;
+                extra = R"({"message":"Native impl instance is null."})";
+            }
             EXPECT_EQ(handled, result);
-            EXPECT_EQ(JoinedOps(HostActions(host)), row.hostOp);
+            EXPECT_EQ(JoinedOps(HostActions(host)), refused ? "" : row.hostOp);
             ASSERT_EQ(reports->Reports().size(), 1u);
             const WorkbenchReportRecord usage = reports->Reports()[0];
             EXPECT_EQ(usage.id, 91936);
@@ -181,7 +197,7 @@ TEST(NativeTable, EachNameIsServedInItsContextsOnly) {
             // Exactly the flags of the row, and what the outcome adds.
             Json::Value expected = ParseJson(extra);
             if (!row.unified) expected["NoNeedUnifyCallBack"] = true;
-            if (row.later) expected["AsynExec"] = true;
+            if (row.later && !refused) expected["AsynExec"] = true;
             EXPECT_EQ(Compact(answer), Compact(expected));
         }
     }

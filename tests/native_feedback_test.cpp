@@ -119,18 +119,5 @@ TEST(NativeFeedback, RealMessageWindowReceivesTheFeedback) {
     EXPECT_FALSE(window.Take(kFeedbackMessage).has_value()) << "posted once";
 }
 
-const NativeCase kCases[] = {
-    // Shielding: the host gets the buyer and all of "params"; without a buyer, nothing.
-    {"updateShielding", R"({"params":{"currentUid":"u-5","shield":true}})", true, kKeptFlag,
-     "UpdateShielding", R"({"currentUid":"u-5","params":{"currentUid":"u-5","shield":true}})"},
-    {"updateShielding", R"({"params":{"currentUid":42}})", true, kKeptFlag, nullptr, nullptr},
-    {"updateShielding", R"({"params":7})", false, kFlagAndInvalidParams, nullptr, nullptr},
-};
-
-// Test each row: the shielding pass-through (the version answer is in the table test).
-TEST(NativeFeedback, ShieldingAnswersAsListed) {
-    for (const NativeCase& c : kCases) ExpectNativeCase(c);
-}
-
 }  // namespace
 }  // namespace moxh5::test

@@ -11,48 +11,6 @@
 namespace moxh5::test {
 namespace {
 
-#define PAGE(isWorker, workerid)                                                                 \
-    R"({"isWorker":)" #isWorker R"(,"webindex":7,"mallcsid":"mall-1|cs-1","callbackid":"cb-1",)" \
-    R"("workerid":")" workerid R"("})"
-
-const NativeCase kCases[] = {
-    // Existence is answered under the page's own "callID", through the host.
-    {"checkFileExist",
-     R"({"callID":"top","params":{"filePathName":"moxh5-no-such/a","callID":"c9"}})", true,
-     kKeptFlag, "RenderJsCallback",
-     R"({"mallcsid":"mall-1|cs-1","webindex":7,"callId":"c9","data":"{\n\t\"finded\" : false\n}"})"},
-    // The host's file work finishes later; it gets the page's identity to answer it.
-    {"selectFile", R"({"params":{"filter":"*.xlsx"}})", true, R"({"AsynExec":true})", "SelectFile",
-     R"({"filter":"*.xlsx","page":)" PAGE(false, "") "}"},
-    {"selectFile", R"({"params":"*.xlsx"})", false, R"({"message":"Invalid params."})", nullptr,
-     nullptr},
-    {"downloadRemoteFile", R"({"params":{"filePath":"d/r","url":"https://x/r"}})", true,
-     R"({"AsynExec":true})", "DownloadRemoteFile",
-     R"({"filePath":"d/r","url":"https://x/r","cookie":"","page":)" PAGE(true, "w-3") "}",
-     kFromWorker | kWithWorkerId},
-    {"downloadRemoteFile", R"({"params":{"filePath":"d/r","url":""}})", false,
-     R"({"message":"Invalid param."})", nullptr, nullptr},
-    {"downloadRemoteFile", R"({"params":{"url":"https://x/r"}})", false,
-     R"({"message":"Invalid param."})", nullptr, nullptr},
-    {"uploadFile", R"({"params":{"url":"u","signName":"n","fileDataName":"f"}})", true,
-     R"({"AsynExec":true})", "UploadFile",
-     R"({"url":"u","cookie":"","filePath":"","signName":"n","signValue":"","fileDataName":"f"})"},
-    {"saveFile", R"({"params":{"tempFilePath":"t/1.png"}})", true, R"({"AsynExec":true})",
-     "SaveFile", R"({"tempFilePath":"t/1.png","page":)" PAGE(true, "worker-9") "}", kFromWorker},
-    {"saveFile", R"({"params":{"tempFilePath":""}})", false, R"({"message":"Invalid param."})",
-     nullptr, nullptr},
-    // The file system's own calls need no host.
-    {"removeSavedFile", R"({"params":{"path":"x"}})", false, R"({"message":"file path is empty."})",
-     nullptr, nullptr, kNoHost},
-    {"getFileInfo", R"({"params":{"filePath":""}})", false, R"({"message":"Invalid param."})",
-     nullptr, nullptr, kNoHost | kFromWorker},
-};
-
-// Test each row: guards, required keys, the page identity and values the host receives.
-TEST(NativeFiles, CallsAnswerAndReachTheHostAsListed) {
-    for (const NativeCase& c : kCases) ExpectNativeCase(c);
-}
-
 // Test that a file with a Chinese name is found, sized and removed, for real, and then is gone.
 TEST(NativeFiles, ChineseNamedFileIsFoundSizedAndRemoved) {
     ScopedTempDir dir;

@@ -71,38 +71,19 @@ TEST_F(PageCallbackTest, NoNeedUnifyCallBackSilencesRenderPagesOnlyAndAsynExecBo
     }
 }
 
-// Test that an empty callback id makes no callback and says why.
-TEST_F(PageCallbackTest, EmptyCallbackIdMakesNoCallback) {
+// Test that an empty callback id, or no action interface, makes no callback and says why.
+TEST_F(PageCallbackTest, NoCallbackWithoutCallbackIdOrActionInterface) {
     ScopedLogCapture log;
     EXPECT_FALSE(callBackToWebPage(false, true, 3, "m", "", "", Json::Value()));
     EXPECT_FALSE(callBackToWebPage(true, true, 3, "m", "", "w", Json::Value()));
     EXPECT_TRUE(host.Calls().empty());
     EXPECT_EQ(log->Matching("[MoxH5] Callbackid is empty, no need callback.").size(), 2u);
-}
-
-// Test that without an action interface nothing is delivered.
-TEST(PageCallback, WithoutActionInterfaceNothingIsDelivered) {
     ScopedActionInterface none(nullptr);
-    ScopedLogCapture log;
     EXPECT_FALSE(callBackToWebPage(false, true, 1, "m", "cb", "", Json::Value()));
     const auto lines = log->Matching("check failed");
     ASSERT_EQ(lines.size(), 1u);
     EXPECT_EQ(lines[0].text, "MoxModuleManager::GetInstance()->GetCallback() check failed");
     EXPECT_EQ(lines[0].priority, LOG_PRIORITY_ERROR);
-}
-
-// Test that a saved page identity answers the same page as the request.
-TEST_F(PageCallbackTest, SavedPageIdentityAnswersTheRequestingPage) {
-    mox_h5_module_data call = MakeCall("m", Json::objectValue, true, "cb-9");
-    const MoxPageIdentity page = PageIdentityOf(call);
-    call = mox_h5_module_data{};  // the request is gone
-    EXPECT_TRUE(AnswerPage(page, true, ParseJson(R"({"data":1})")));
-    const auto worker = host.CallsOf("WorkerJsCallback");
-    ASSERT_EQ(worker.size(), 1u);
-    EXPECT_EQ(worker[0].args["callbackid"], "cb-9");
-    EXPECT_EQ(worker[0].args["webindex"], 7);
-    EXPECT_EQ(worker[0].args["mallcsid"], "mall-1|cs-1");
-    EXPECT_EQ(page.workerid, "worker-9");
 }
 
 }  // namespace

@@ -1,10 +1,8 @@
 // Tests of the OS layer: text conversions in the platform's wide encoding and
-// the environment.
+// the shell (the environment is read in the message-centre test).
 #include "moxh5/platform.h"
 
 #include <gtest/gtest.h>
-
-#include "tests/fakes/test_env.h"
 
 namespace moxh5::test {
 namespace {
@@ -12,7 +10,8 @@ namespace {
 using platform::Utf8ToWide;
 using platform::WideToUtf8;
 
-// Test that Chinese and other non-ASCII text survives the trip both ways.
+// Test that Chinese and other non-ASCII text survives the trip both ways, through UTF-8 and
+// through UTF-16 (the clipboard's encoding).
 TEST(PlatformText, NonAsciiTextRoundTrips) {
     const struct {
         const char* utf8;
@@ -24,12 +23,21 @@ TEST(PlatformText, NonAsciiTextRoundTrips) {
         {"\xE5\xA4\x8D\xE5\x88\xB6\xE6\x88\x90\xE5\x8A\x9F",
          L"\u590D\u5236\u6210\u529F"},  // 复制成功
         {"caf\xC3\xA9 \xE2\x82\xAC", L"caf\u00E9 \u20AC"},
-        {"\xF0\x9F\x98\x80", L"\U0001F600"},  // outside the BMP: a surrogate pair in UTF-16
+        // Outside the BMP: surrogate pairs in UTF-16, from the first to the last.
+        {"\xF0\x9F\x98\x80", L"\U0001F600"},
+        {"\xF0\x90\x80\x80", L"\U00010000"},
+        {"\xF4\x8F\xBF\xBF", L"\U0010FFFF"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(Utf8ToWide(c.utf8), c.wide) << c.utf8;
         EXPECT_EQ(WideToUtf8(c.wide), c.utf8) << c.utf8;
+        EXPECT_EQ(platform::Utf16ToWide(platform::WideToUtf16(c.wide)), c.wide) << c.utf8;
     }
+    EXPECT_EQ(platform::WideToUtf16(L"\U00010000"), (std::u16string{0xD800, 0xDC00}));
+    EXPECT_EQ(platform::WideToUtf16(L"\U0010FFFF"), (std::u16string{0xDBFF, 0xDFFF}));
+    // Unpaired surrogates in UTF-16 become replacement characters.
+    EXPECT_EQ(platform::Utf16ToWide(std::u16string{u'a', 0xDC00, 0xD800, u'b', 0xDBFF}),
+              L"a\uFFFD\uFFFDb\uFFFD");
     EXPECT_EQ(Utf8ToWide("\xF0\x9F\x98\x80").size(), sizeof(wchar_t) == 2 ? 2u : 1u);
 }
 
@@ -44,46 +52,16 @@ TEST(PlatformText, InvalidUtf8BecomesReplacementCharacters) {
     }
 }
 
-// Test reading the environment, unset and cut to length.
-TEST(PlatformEnvironment, ReadsSetVariablesAndCutsLongValues) {
-    const std::string name = "MOXH5_PLATFORM_TEST_VAR";
-    UnsetTestEnv(name);
-    EXPECT_FALSE(platform::GetEnvironmentText(name, 49).has_value());
-    SetTestEnv(name, "12345");
-    EXPECT_EQ(platform::GetEnvironmentText(name, 49), "12345");
-    EXPECT_EQ(platform::GetEnvironmentText(name, 3), "123");
-    SetTestEnv(name, std::string(100, '7'));
-    EXPECT_EQ(platform::GetEnvironmentText(name, 49), std::string(49, '7'));
-    UnsetTestEnv(name);
-}
-
-TEST(PlatformProcess, ProcessIdIsStableAndNonZero) {
-    EXPECT_NE(platform::CurrentProcessId(), 0u);
-    EXPECT_EQ(platform::CurrentProcessId(), platform::CurrentProcessId());
-}
-
-}  // namespace
-}  // namespace moxh5::test
-
-namespace moxh5::test {
-namespace {
-
-std::wstring g_openedTarget;
-uintptr_t RecordOpen(const std::wstring& target) {
-    g_openedTarget = target;
-    return 42;
-}
-
-// Test that the seam sees the target and its answer is the call's answer.
-TEST(PlatformShell, HookObservesOpensWithoutStartingAnything) {
-    platform::SetShellOpenHook(&RecordOpen);
+// Test that the seam sees the target and answers for the shell, and that the real shell refuses
+// what it cannot open, without starting anything.
+TEST(PlatformShell, HookObservesOpensAndTheShellRefusesMissingFiles) {
+    static std::wstring opened;
+    platform::SetShellOpenHook([](const std::wstring& target) -> uintptr_t {
+        opened = target;
+        return 42;
+    });
     EXPECT_EQ(platform::ShellOpen(L"https://shop.example/\u8ba2\u5355"), 42u);
-    EXPECT_EQ(g_openedTarget, L"https://shop.example/\u8ba2\u5355");
-    platform::SetShellOpenHook(nullptr);
-}
-
-// Test that the real shell refuses what it cannot open, without starting anything.
-TEST(PlatformShell, MissingFilesAndEmptyTargetsFail) {
+    EXPECT_EQ(opened, L"https://shop.example/\u8ba2\u5355");
     platform::SetShellOpenHook(nullptr);
     EXPECT_LE(platform::ShellOpen(L""), 32u);
     EXPECT_LE(platform::ShellOpen(L"moxh5-no-such-file-\u4e0d\u5b58\u5728.exe"), 32u);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <json/reader.h>
+#include <json/writer.h>
 
 #include <memory>
 
@@ -16,7 +17,6 @@ MoxModuleManager& ReadySingleton() {
     }();
     return *manager;
 }
-
 
 mox_h5_module_data MakeCall(const std::string& method, const Json::Value& params, bool isWorker,
                             const std::string& callbackid) {
@@ -44,6 +44,12 @@ Json::Value ParseJson(const std::string& text) {
     EXPECT_TRUE(reader->parse(text.data(), text.data() + text.size(), &value, &errors))
         << errors << " in " << text;
     return value;
+}
+
+std::string Compact(const Json::Value& value) {
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "";
+    return Json::writeString(builder, value);
 }
 
 }  // namespace moxh5::test

@@ -66,4 +66,8 @@ bool RunCall(const std::string& module, const mox_h5_module_data& call, Json::Va
 // Parses JSON text; fails the calling test on malformed text.
 Json::Value ParseJson(const std::string& text);
 
+// One-line JSON text: readable in failures, and blind to the difference
+// between signed and unsigned numbers of the same value.
+std::string Compact(const Json::Value& value);
+
 }  // namespace moxh5::test

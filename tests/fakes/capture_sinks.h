@@ -29,10 +29,6 @@ public:
         return found;
     }
     bool Contains(const std::string& fragment) const { return !Matching(fragment).empty(); }
-    void Clear() {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_records.clear();
-    }
 
 protected:
     void WriteLocked(const MoxLogRecord& record) override {
@@ -63,39 +59,26 @@ private:
     std::vector<WorkbenchReportRecord> m_reports;
 };
 
-// Installs a capturing log sink for the lifetime of the object.
-class ScopedLogCapture {
+// Installs a capturing sink through `Owner::SetSink` for the lifetime of the
+// object.
+template <typename Sink, typename Owner>
+class ScopedCapture {
 public:
-    explicit ScopedLogCapture(int maxPriority = LOG_PRIORITY_DEBUG)
-        : m_sink(std::make_shared<CaptureLogSink>(maxPriority)),
-          m_previous(CMoxLog::SetSink(m_sink)) {}
-    ~ScopedLogCapture() { CMoxLog::SetSink(m_previous); }
-    ScopedLogCapture(const ScopedLogCapture&) = delete;
-    ScopedLogCapture& operator=(const ScopedLogCapture&) = delete;
+    template <typename... Args>
+    explicit ScopedCapture(Args... args)
+        : m_sink(std::make_shared<Sink>(args...)), m_previous(Owner::SetSink(m_sink)) {}
+    ~ScopedCapture() { Owner::SetSink(m_previous); }
+    ScopedCapture(const ScopedCapture&) = delete;
+    ScopedCapture& operator=(const ScopedCapture&) = delete;
 
-    CaptureLogSink& operator*() const { return *m_sink; }
-    CaptureLogSink* operator->() const { return m_sink.get(); }
+    Sink* operator->() const { return m_sink.get(); }
 
 private:
-    std::shared_ptr<CaptureLogSink> m_sink;
-    std::shared_ptr<IMoxLogSink> m_previous;
+    std::shared_ptr<Sink> m_sink;
+    decltype(Owner::SetSink(nullptr)) m_previous;
 };
 
-// Installs a capturing report sink for the lifetime of the object.
-class ScopedReportCapture {
-public:
-    ScopedReportCapture()
-        : m_sink(std::make_shared<CaptureReportSink>()),
-          m_previous(WorkbenchReport::SetSink(m_sink)) {}
-    ~ScopedReportCapture() { WorkbenchReport::SetSink(m_previous); }
-    ScopedReportCapture(const ScopedReportCapture&) = delete;
-    ScopedReportCapture& operator=(const ScopedReportCapture&) = delete;
-
-    CaptureReportSink* operator->() const { return m_sink.get(); }
-
-private:
-    std::shared_ptr<CaptureReportSink> m_sink;
-    std::shared_ptr<IReportSink> m_previous;
-};
+using ScopedLogCapture = ScopedCapture<CaptureLogSink, CMoxLog>;
+using ScopedReportCapture = ScopedCapture<CaptureReportSink, WorkbenchReport>;
 
 }  // namespace moxh5::test

@@ -4,9 +4,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <json/writer.h>
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -18,13 +16,14 @@
 namespace moxh5::test {
 
 enum NativeCaseFlags : unsigned {
-    kFromWorker = 1,     // the call comes from a worker page
-    kNoHost = 2,         // no action interface installed
-    kSwitchOn = 4,       // the configuration callback turns every switch on
-    kHostRefuses = 8,    // the host operation returns false
-    kWithWorkerId = 16,  // the request carries the workerid "w-3"
-    kNoUserCenter = 32,  // no user centre installed
-    kOtherSession = 64,  // another session than the page's is current in the host
+    kFromWorker = 1,      // the call comes from a worker page
+    kNoHost = 2,          // no action interface installed
+    kSwitchOn = 4,        // the configuration callback turns every switch on
+    kHostRefuses = 8,     // the host operation fails, and the shell (32, else 33)
+    kWithWorkerId = 16,   // the request carries the workerid "w-3"
+    kNoUserCenter = 32,   // no user centre installed
+    kOtherSession = 64,   // another session than the page's is current in the host
+    kNoLinkPrefix = 128,  // the host has no deep-link prefix
 };
 
 // The page's session ("mall-1|cs-1", as MakeCall gives it) as the host knows
@@ -39,17 +38,15 @@ inline void ScriptPageSession(RecordingHost& host, bool current = true) {
     host.SetClientLinkPrefix("moxclient://open/");
 }
 
-// Host operations that only answer questions (the user centre's and the
-// deep-link prefix); a case does not count them among the operations reached.
-inline bool IsHostQuestion(const std::string& op) {
-    return op == "GetMallId" || op == "GetCsId" || op == "GetCurrentUid" ||
-           op == "GetCurrentMallCsId" || op == "GetClientLinkPrefix";
-}
-
+// The host operations reached, less those that only answer questions (the
+// user centre's and the deep-link prefix).
 inline std::vector<HostCall> HostActions(const RecordingHost& host) {
     std::vector<HostCall> actions;
     for (HostCall& call : host.Calls()) {
-        if (!IsHostQuestion(call.op)) actions.push_back(std::move(call));
+        const std::string& op = call.op;
+        if (op != "GetMallId" && op != "GetCsId" && op != "GetCurrentUid" &&
+            op != "GetCurrentMallCsId" && op != "GetClientLinkPrefix")
+            actions.push_back(std::move(call));
     }
     return actions;
 }
@@ -73,14 +70,6 @@ struct NativeCase {
     unsigned flags = 0;
 };
 
-// One-line JSON text: readable in failures, and blind to the difference
-// between signed and unsigned numbers of the same value.
-inline std::string Compact(const Json::Value& value) {
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    return Json::writeString(builder, value);
-}
-
 inline mox_h5_module_data NativeCaseCall(const NativeCase& c) {
     mox_h5_module_data call = MakeCall(c.method, Json::objectValue, (c.flags & kFromWorker) != 0);
     call.payload = ParseJson(c.payload);
@@ -99,9 +88,10 @@ inline void ExpectNativeCase(const NativeCase& c) {
     RecordingHost host;
     if (c.hostOp && (c.flags & kHostRefuses)) host.SetResult(c.hostOp, false);
     ScriptPageSession(host, (c.flags & kOtherSession) == 0);
+    if (c.flags & kNoLinkPrefix) host.SetClientLinkPrefix("");
     ScopedActionInterface installed((c.flags & kNoHost) ? nullptr : &host);
     ScopedUserCenter users((c.flags & kNoUserCenter) ? nullptr : &host);
-    ScopedShellRecorder shell((c.flags & kHostRefuses) ? 2 : 42);
+    ScopedShellRecorder shell((c.flags & kHostRefuses) ? 32 : 33);
     ScopedLogCapture log;
     ScopedReportCapture reports;
     const mox_h5_module_data call = NativeCaseCall(c);

@@ -19,24 +19,16 @@
 namespace moxh5::test {
 
 // Records every shell-open (as UTF-8) instead of performing it; answers
-// `result`. Inside another recorder it records nothing itself (its Opens()
-// stays empty): the enclosing one goes on recording, with its own answer.
+// `result`.
 struct ScopedShellRecorder {
-    explicit ScopedShellRecorder(uintptr_t code = 42) : result(code), outer(active) {
-        if (outer) return;
+    explicit ScopedShellRecorder(uintptr_t code = 42) : result(code) {
         active = this;
         platform::SetShellOpenHook([](const std::wstring& target) {
             active->targets.push_back(platform::WideToUtf8(target));
             return active->result;
         });
     }
-    ~ScopedShellRecorder() {
-        if (outer) return;
-        active = nullptr;
-        platform::SetShellOpenHook(nullptr);
-    }
-    ScopedShellRecorder(const ScopedShellRecorder&) = delete;
-    ScopedShellRecorder& operator=(const ScopedShellRecorder&) = delete;
+    ~ScopedShellRecorder() { platform::SetShellOpenHook(nullptr); }
 
     // The opens as host calls "ShellOpen" {"target"}, for tables of reached
     // operations.
@@ -53,7 +45,6 @@ struct ScopedShellRecorder {
     static inline ScopedShellRecorder* active = nullptr;
     uintptr_t result;
     std::vector<std::string> targets;
-    ScopedShellRecorder* outer;
 };
 
 // One message as the message-centre window received it, with the two texts.
