@@ -5,7 +5,6 @@
 #include <set>
 #include <stdexcept>
 
-#include "modules/module_adapters.h"
 #include "tests/fakes/bridge_fixture.h"
 #include "tests/fakes/capture_sinks.h"
 
@@ -71,18 +70,6 @@ TEST(ModuleManager, NewerRegistrationServesAndWorkersAreBuiltOnce) {
     EXPECT_FALSE(manager.Exist(CanIUse("A.m1")));
 }
 
-// Test that Execute before Create reaches the module, whose adapter refuses the empty worker.
-TEST(ModuleManager, ExecuteBeforeCreateIsRegisteredButFails) {
-    ScopedLogCapture log;
-    TestManager manager;
-    manager.Register(h5_Basic_source_info());
-    Json::Value answer;
-    EXPECT_EQ(manager.Execute("JSCallBasic", MakeCall("setLog"), answer),
-              std::make_tuple(true, false));
-    EXPECT_TRUE(answer.isNull());
-    EXPECT_TRUE(log->Contains("[MoxH5] false in h5_Basic_execute"));
-}
-
 // Test that Init keeps the interfaces and registers the seven modules, built by Create.
 TEST(ModuleManager, InitKeepsInterfacesAndRegistersSevenModules) {
     TestManager manager;
@@ -94,8 +81,6 @@ TEST(ModuleManager, InitKeepsInterfacesAndRegistersSevenModules) {
                      return true;
                  });
     EXPECT_EQ(manager.GetUserCenter(), &host);
-    EXPECT_EQ(manager.GetHttpBizMonitor(), nullptr);
-    EXPECT_EQ(manager.GetCallback(), nullptr);
     ASSERT_TRUE(manager.GetConfigCallback());
     EXPECT_TRUE(manager.GetConfigCallback()("k", "", MoxConfigValue(false)));
     EXPECT_EQ(asked, 1);
@@ -112,22 +97,18 @@ TEST(ModuleManager, InitKeepsInterfacesAndRegistersSevenModules) {
     for (const auto& [name, entry] : manager.Modules()) EXPECT_TRUE(entry.worker) << name;
 }
 
-// Test the page's "is it available?" question for module and method names, and the payloads
-// without a usable "name", each refused with its log line.
+// Test the page's "is it available?" question for module and method names (more in the basic
+// transcript), and the payloads without a usable "name", each refused with its log line.
 TEST(ModuleManager, ExistAnswersModuleAndMethodNames) {
     TestManager manager;
     manager.Init(nullptr, nullptr, {});
     manager.Create();
     const std::pair<const char*, bool> names[] = {
-        {"JSCallBasic", true},
-        {"JSCallBasic.canIUse", true},
         {"JSCallBasic.canIUse.extra", true},  // parts after the second are ignored
-        {"JSCallBasic.CANIUSE", false},
         {"JSCallBasic.", false},
         {"JSStorage", true},
         {"JSCallNative", true},
         {"NoSuchModule", false},
-        {"NoSuchModule.canIUse", false},
         {".canIUse", false},
         {"", false},
     };

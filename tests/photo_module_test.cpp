@@ -30,29 +30,21 @@ TEST_F(PhotoModule, RefusalsComeBeforeTheHostActs) {
         const char* method;
         const char* params;
         bool urlTraced;
-        const char* message;
     } cases[] = {
-        {"watch", R"({"msg_id":"m"})", false, nullptr},
-        {"watch", R"({"url":"u","msg_id":3})", true, nullptr},
-        {"batchDownload", R"({"url":"u"})", true, nullptr},
-        {"store", R"({"url":5})", false, nullptr},
-        {"watchCommon", R"({"urlArr":{"url":"a"}})", false, nullptr},
-        {"watchCommon", R"(["urlArr"])", false, nullptr},
-        {"Watch", "{}", false, "Invalid method."},
+        {"watch", R"({"msg_id":"m"})", false},
+        {"watch", R"({"url":"u","msg_id":3})", true},
+        {"batchDownload", R"({"url":"u"})", true},
+        {"store", R"({"url":5})", false},
+        {"watchCommon", R"({"urlArr":{"url":"a"}})", false},
     };
     for (const auto& c : cases) {
         ScopedLogCapture log;
         EXPECT_EQ(Run(c.method, c.params), std::make_tuple(true, false)) << c.params;
         EXPECT_EQ(log->Contains("[MoxH5] JS watch pic url:u."), c.urlTraced) << c.params;
-        EXPECT_EQ(answer["message"], c.message ? Json::Value(c.message) : Json::Value());
+        EXPECT_FALSE(answer.isMember("message")) << c.params;
         EXPECT_TRUE(host.Calls().empty()) << c.params;
     }
-    ScopedActionInterface none(nullptr);
-    EXPECT_EQ(Run("store", R"({"url":"u"})"), std::make_tuple(true, false));
-    EXPECT_EQ(answer["message"], "Native impl instance is null.");
-
     ScopedUserCenter noUserCenter(nullptr);
-    ScopedActionInterface back(&host);
     ScopedLogCapture log;
     EXPECT_EQ(Run("watch", R"({"url":"u","msg_id":"m"})"), std::make_tuple(true, false));
     EXPECT_EQ(log->Matching("UserCenter is null, {").size(), 1u);
