@@ -7,6 +7,7 @@
 #   mingw-x86  Windows i686 cross build; its tests run only where 32-bit Wine
 #              is installed, the DLL's export table is checked everywhere
 #   fuzz       a short libFuzzer run over every module (MOXH5_FUZZ_SECONDS)
+# First it prints the test-to-code line ratios (tools/test_ratio.sh).
 # Stops at the first failure. Set MOXH5_SKIP_SETUP=1 to skip the set-up step.
 set -euo pipefail
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -17,6 +18,9 @@ if [ "${MOXH5_SKIP_SETUP:-0}" != 1 ]; then
 fi
 
 step() { printf '\n=== %s\n' "$*"; }
+
+step "test lines per code line (a report, not a gate)"
+bash tools/test_ratio.sh
 
 for preset in dev asan tsan mingw-x64; do
     step "configure, build and test: $preset"
