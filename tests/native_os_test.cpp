@@ -1,17 +1,38 @@
-// Tests of the native feedback, version and shielding calls. Feedback reaches
-// the host's message centre through the post seam, and on Windows also
-// through a real hidden window.
+// Native calls that reach the OS around the host: the local files, for real,
+// in a temporary directory; and feedback, which reaches the host's message
+// centre through the post seam (on Windows also through a real hidden window)
+// after reading the centre's published address.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <memory>
 
-#include "modules/native/H5NativeWorker.h"
+#include "MsgCenter.h"
 #include "tests/fakes/native_case.h"
 #include "tests/fakes/platform_fakes.h"
 #include "tests/platform/message_window_probe.h"
 
 namespace moxh5::test {
 namespace {
+
+// Test how the text is read: decimal, at most 49 characters, nothing that is not a number.
+TEST(MsgCenter, ReadsTheFirst49CharactersAsADecimalNumber) {
+    const std::pair<std::string, uintptr_t> cases[] = {
+        {"4096 and more", 4096},
+        {std::string(45, '0') + "4096" + "1234", 4096},  // digits after the 49th are not read
+        {"0x1000", 0},
+        {"-4096", 0},
+        {"address", 0},
+        {"", 0},
+        {"99999999999999999999999", 0},  // does not fit a pointer
+    };
+    for (const auto& [text, address] : cases) {
+        SetTestEnv(ScopedMsgCenter::Name(), text);  // "" unsets it on Windows
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(GetMsgCenterInstance()), address) << text;
+    }
+    UnsetTestEnv(ScopedMsgCenter::Name());
+    EXPECT_EQ(GetMsgCenterInstance(), nullptr) << "not published";
+}
 
 constexpr uint32_t kFeedbackMessage = 3214;
 constexpr uintptr_t kCentreWindow = 0x4242;
@@ -117,6 +138,59 @@ TEST(NativeFeedback, RealMessageWindowReceivesTheFeedback) {
     EXPECT_EQ(std::wstring(msg.get()), L"\u5dee\u8bc4");
     EXPECT_EQ(std::wstring(type.get()), L"\u6295\u8bc9");
     EXPECT_FALSE(window.Take(kFeedbackMessage).has_value()) << "posted once";
+}
+
+// Test that a file with a Chinese name is found, sized and removed, for real, and then is gone.
+TEST(NativeFiles, ChineseNamedFileIsFoundSizedAndRemoved) {
+    ScopedTempDir dir;
+    const std::string name = "\xE6\x8A\xA5\xE5\x91\x8A-1.txt";  // 报告-1.txt
+    Json::Value params;
+    params["filePath"] = dir.WriteFile(name, "\xE4\xBD\xA0\xE5\xA5\xBD");  // 你好: 6 bytes
+    params["filePathName"] = params["filePath"];
+    RecordingHost host;
+    ScopedActionInterface installed(&host);
+    ScopedLogCapture log;
+    const auto run = [&params](const char* method) {
+        Json::Value answer;
+        const bool result = RunCall("JSCallNative", MakeCall(method, params), answer);
+        return Compact(answer) + (result ? " true" : " false");
+    };
+    const auto found = [&host] {
+        return host.CallsOf("RenderJsCallback").back().args["data"].asString();
+    };
+
+    EXPECT_EQ(run("checkFileExist"), std::string(kKeptFlag) + " true");
+    EXPECT_EQ(ParseJson(found()), ParseJson(R"({"finded":true})"));
+    EXPECT_TRUE(log->Contains("[MoxH5] Find file[" + params["filePath"].asString() + "]"));
+    EXPECT_EQ(run("getFileInfo"),
+              R"({"data":{"filePath":)" + Compact(params["filePath"]) + R"(,"size":6}} true)");
+    EXPECT_EQ(run("removeSavedFile"), "{} true");
+    EXPECT_FALSE(std::filesystem::exists(dir.Path(name)));
+
+    run("checkFileExist");
+    EXPECT_EQ(ParseJson(found()), ParseJson(R"({"finded":false})"));
+    EXPECT_EQ(run("getFileInfo"), R"({"message":"get file info failed."} false)");
+    EXPECT_EQ(run("removeSavedFile"), R"({"message":"file not exist."} false)");
+}
+
+// Test that a directory is neither removed nor sized, and that an empty file is sized 0.
+TEST(NativeFiles, DirectoriesAreKeptAndEmptyFilesSized) {
+    ScopedTempDir dir;
+    std::filesystem::create_directory(dir.Path("\xE7\x9B\xAE\xE5\xBD\x95"));  // 目录
+    Json::Value params;
+    params["filePath"] = dir.Utf8("\xE7\x9B\xAE\xE5\xBD\x95");
+    Json::Value answer;
+    EXPECT_FALSE(RunCall("JSCallNative", MakeCall("removeSavedFile", params), answer));
+    EXPECT_EQ(Compact(answer), R"({"message":"remove failed."})");
+    EXPECT_TRUE(std::filesystem::is_directory(dir.Path("\xE7\x9B\xAE\xE5\xBD\x95")));
+    answer = Json::Value();
+    EXPECT_FALSE(RunCall("JSCallNative", MakeCall("getFileInfo", params), answer));
+    EXPECT_EQ(Compact(answer), R"({"message":"get file info failed."})");
+
+    params["filePath"] = dir.WriteFile("empty", "");
+    answer = Json::Value();
+    EXPECT_TRUE(RunCall("JSCallNative", MakeCall("getFileInfo", params), answer));
+    EXPECT_EQ(answer["data"]["size"].asUInt64(), 0u);
 }
 
 }  // namespace
