@@ -35,9 +35,12 @@ TEST(PlatformText, NonAsciiTextRoundTrips) {
     }
     EXPECT_EQ(platform::WideToUtf16(L"\U00010000"), (std::u16string{0xD800, 0xDC00}));
     EXPECT_EQ(platform::WideToUtf16(L"\U0010FFFF"), (std::u16string{0xDBFF, 0xDFFF}));
-    // Unpaired surrogates in UTF-16 become replacement characters.
-    EXPECT_EQ(platform::Utf16ToWide(std::u16string{u'a', 0xDC00, 0xD800, u'b', 0xDBFF}),
-              L"a\uFFFD\uFFFDb\uFFFD");
+    // Unpaired surrogates stay where wide text is UTF-16 itself, and become replacement
+    // characters where it is UTF-32.
+    const std::u16string unpaired{u'a', 0xDC00, 0xD800, u'b', 0xDBFF};
+    EXPECT_EQ(platform::Utf16ToWide(unpaired), sizeof(wchar_t) == 2
+                                                   ? std::wstring(unpaired.begin(), unpaired.end())
+                                                   : L"a\uFFFD\uFFFDb\uFFFD");
     EXPECT_EQ(Utf8ToWide("\xF0\x9F\x98\x80").size(), sizeof(wchar_t) == 2 ? 2u : 1u);
 }
 
