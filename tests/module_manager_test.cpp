@@ -2,7 +2,6 @@
 // exception barrier.
 #include <gtest/gtest.h>
 
-#include <set>
 #include <stdexcept>
 
 #include "tests/fakes/bridge_fixture.h"
@@ -68,33 +67,6 @@ TEST(ModuleManager, NewerRegistrationServesAndWorkersAreBuiltOnce) {
     EXPECT_EQ(answer["servedBy"].asInt(), 2);
     EXPECT_TRUE(manager.Exist(CanIUse("A.m2")));
     EXPECT_FALSE(manager.Exist(CanIUse("A.m1")));
-}
-
-// Test that Init keeps the interfaces and registers the seven modules, built by Create.
-TEST(ModuleManager, InitKeepsInterfacesAndRegistersSevenModules) {
-    TestManager manager;
-    RecordingHost host;
-    int asked = 0;
-    manager.Init(&host, nullptr,
-                 [&asked](const std::string&, const std::string&, const MoxConfigValue&) {
-                     ++asked;
-                     return true;
-                 });
-    EXPECT_EQ(manager.GetUserCenter(), &host);
-    ASSERT_TRUE(manager.GetConfigCallback());
-    EXPECT_TRUE(manager.GetConfigCallback()("k", "", MoxConfigValue(false)));
-    EXPECT_EQ(asked, 1);
-
-    std::set<std::string> names;
-    for (const auto& [name, entry] : manager.Modules()) {
-        EXPECT_EQ(entry.name_fn(), name);
-        EXPECT_FALSE(entry.worker);
-        names.insert(name);
-    }
-    EXPECT_EQ(names, (std::set<std::string>{"JSCallBasic", "JSDevice", "JSNetwork", "JSPhoto",
-                                            "MMSSocket", "JSStorage", "JSCallNative"}));
-    manager.Create();
-    for (const auto& [name, entry] : manager.Modules()) EXPECT_TRUE(entry.worker) << name;
 }
 
 // Test the page's "is it available?" question for module and method names (more in the basic
