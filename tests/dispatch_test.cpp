@@ -57,7 +57,7 @@ TEST(PlainDispatch, RunsTheNamedHandlerOrRefusesTheMethod) {
         const mox_h5_module_data call = MakeCall(c.method);
         PlainDispatchRules rules;
         rules.logUnknownMethod = c.logUnknown;
-        EXPECT_EQ(detail::DispatchPlain(methods, &call, answer, kSite, rules), c.expected)
+        EXPECT_EQ(detail::DispatchPlain("JSTest", methods, &call, answer, kSite, rules), c.expected)
             << c.method;
         EXPECT_EQ(answer, c.answer) << c.method;
         EXPECT_EQ(log->Contains(std::string("[MoxH5] Failed to find method ") + c.method), c.logged)
@@ -70,14 +70,14 @@ TEST(PlainDispatch, NullRequestOrMissingMethodLeavesAnswerUntouched) {
     PlainMethodMap methods{{"a", Marking("a")}};
     ScopedLogCapture log;
     Json::Value answer;
-    EXPECT_FALSE(detail::DispatchPlain(methods, nullptr, answer, kSite, {}));
+    EXPECT_FALSE(detail::DispatchPlain("JSTest", methods, nullptr, answer, kSite, {}));
     mox_h5_module_data call = MakeCall("a");
     call.payload.removeMember("method");
-    EXPECT_FALSE(detail::DispatchPlain(methods, &call, answer, kSite, {}));
+    EXPECT_FALSE(detail::DispatchPlain("JSTest", methods, &call, answer, kSite, {}));
     call.payload["method"] = 42;
-    EXPECT_FALSE(detail::DispatchPlain(methods, &call, answer, kSite, {}));
+    EXPECT_FALSE(detail::DispatchPlain("JSTest", methods, &call, answer, kSite, {}));
     call.payload = Json::Value("a");
-    EXPECT_FALSE(detail::DispatchPlain(methods, &call, answer, kSite, {}));
+    EXPECT_FALSE(detail::DispatchPlain("JSTest", methods, &call, answer, kSite, {}));
     EXPECT_TRUE(answer.isNull());
     EXPECT_EQ(log->Matching("[MoxH5] false in TestWorker::Execute 10").size(), 4u);
 }
@@ -94,7 +94,7 @@ TEST(ContextDispatch, ReportsBeforeTheHandlerRuns) {
                           PlainHandler()};
     Json::Value answer;
     const mox_h5_module_data call = MakeCall("failing");
-    EXPECT_FALSE(detail::DispatchByContext(methods, &call, answer, kSite));
+    EXPECT_FALSE(detail::DispatchByContext("JSTest", methods, &call, answer, kSite));
     EXPECT_EQ(answer, ParseJson(R"({"NoNeedUnifyCallBack":true,"reportsSeen":1})"));
     EXPECT_EQ(reports->Reports().size(), 1u);
 }
