@@ -144,12 +144,11 @@ bool H5NativeWorker::downloadRemoteFile(const mox_h5_module_data* data, Json::Va
                  L"[MoxH5] H5 download url[%ls], path[%ls]", Utf8ToWide(url).c_str(),
                  Utf8ToWide(filePath).c_str());
     const CallSite site = NATIVE_SITE(kFunction);
-    if (url.empty() || filePath.empty() || !NetworkUrlAllowed(url, site) ||
-        !AllHeaderTexts({&cookie}, site)) {
-        answer[key::kMessage] = text::kInvalidParam;
-        return false;
+    std::optional<std::wstring> target;
+    if (!url.empty() && !filePath.empty() && NetworkUrlAllowed(url, site) &&
+        AllHeaderTexts({&cookie}, site)) {
+        target = PageFileInScope(filePath, site);
     }
-    const std::optional<std::wstring> target = PageFileInScope(filePath, site);
     if (!target) {
         answer[key::kMessage] = text::kInvalidParam;
         return false;
@@ -160,8 +159,9 @@ bool H5NativeWorker::downloadRemoteFile(const mox_h5_module_data* data, Json::Va
     return true;
 }
 
-// The six values go to the host as the page sent them, empty ones included,
-// once the URL, the texts and the file have passed the page policy.
+// The six values go to the host as the page sent them (the path normalized),
+// empty ones included, once the URL, the texts and the path have passed the
+// page policy.
 bool H5NativeWorker::uploadFile(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::uploadFile";
     UseUnifiedCallback(answer);
