@@ -54,7 +54,7 @@ TEST(PlainDispatch, RunsTheNamedHandlerOrRefusesTheMethod) {
         const mox_h5_module_data call = MakeCall(c.method);
         PlainDispatchRules rules;
         rules.logUnknownMethod = c.logUnknown;
-        EXPECT_EQ(detail::DispatchPlain(methods, &call, answer, kSite, rules), c.expected)
+        EXPECT_EQ(detail::DispatchPlain("JSTest", methods, &call, answer, kSite, rules), c.expected)
             << c.method;
         EXPECT_EQ(answer, ParseJson(c.answer)) << c.method;
         EXPECT_EQ(log->Contains(std::string("[MoxH5] Failed to find method ") + c.method), c.logged)
@@ -81,14 +81,14 @@ TEST(Dispatch, NullRequestOrMissingMethodRunsNoHandler) {
             SCOPED_TRACE(Compact(payload) + (data ? "" : " null request"));
             ScopedLogCapture log;
             Json::Value answer;
-            EXPECT_FALSE(detail::DispatchPlain(plain, data, answer, kSite, {}));
-            EXPECT_FALSE(detail::DispatchByContext(byContext, data, answer, kSite));
+            EXPECT_FALSE(detail::DispatchPlain("JSTest", plain, data, answer, kSite, {}));
+            EXPECT_FALSE(detail::DispatchByContext("JSTest", byContext, data, answer, kSite));
             EXPECT_TRUE(answer.isNull());
             EXPECT_EQ(log->Matching("[MoxH5] false in TestWorker::Execute 10").size(), 2u);
             if (!data) continue;  // the completion dispatch takes no null request
             int completed = 0;
             EXPECT_TRUE(detail::DispatchWithCompletion(
-                withCompletion, data, [&completed] { return ++completed > 0; }, answer, kSite));
+                "JSTest", withCompletion, data, [&completed] { return ++completed > 0; }, answer, kSite));
             EXPECT_EQ(completed, 1);
             EXPECT_TRUE(answer.isNull());
         }
@@ -107,7 +107,7 @@ TEST(ContextDispatch, ReportsBeforeTheHandlerRuns) {
                           PlainHandler()};
     Json::Value answer;
     const mox_h5_module_data call = MakeCall("failing");
-    EXPECT_FALSE(detail::DispatchByContext(methods, &call, answer, kSite));
+    EXPECT_FALSE(detail::DispatchByContext("JSTest", methods, &call, answer, kSite));
     EXPECT_EQ(answer, ParseJson(R"({"NoNeedUnifyCallBack":true,"reportsSeen":1})"));
     EXPECT_EQ(reports->Reports().size(), 1u);
 }

@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "moxh5/records.h"
 
@@ -66,24 +67,29 @@ struct PlainDispatchRules {
     bool silenceRenderAnswers = false;
 };
 
+// The dispatchers below take the worker's module name (as pages spell it) for
+// the page policy's method filter: a method it denies is answered exactly as
+// one the worker does not serve (after a line at priority 400).
+
 // The whole Execute of a worker with plain handlers.
-bool DispatchPlain(const PlainMethodMap& methods, const mox_module_data* data, Json::Value& answer,
-                   const CallSite& site, PlainDispatchRules rules);
+bool DispatchPlain(std::string_view module, const PlainMethodMap& methods,
+                   const mox_module_data* data, Json::Value& answer, const CallSite& site,
+                   PlainDispatchRules rules);
 
 // The Execute of a worker with a context pair per name (the native module):
 // every call starts with "NoNeedUnifyCallBack": true in the answer; a name
 // whose slot for the caller's context is empty counts as unknown; a found
 // handler is counted with the usage report 91936 before it runs.
-bool DispatchByContext(const ContextMethodMap& methods, const mox_module_data* data,
-                       Json::Value& answer, const CallSite& site);
+bool DispatchByContext(std::string_view module, const ContextMethodMap& methods,
+                       const mox_module_data* data, Json::Value& answer, const CallSite& site);
 
 // The Execute of a worker whose handlers answer through a completion built
 // for the call (the storage module). `data` must not be null. The completion
 // runs once for a call that no handler takes: after "Invalid method.", and
 // also when the payload has no "method" (a success then, so that the page
 // always gets an answer).
-bool DispatchWithCompletion(const CompletionMethodMap& methods, const mox_module_data* data,
-                            const std::function<bool()>& completion, Json::Value& answer,
-                            const CallSite& site);
+bool DispatchWithCompletion(std::string_view module, const CompletionMethodMap& methods,
+                            const mox_module_data* data, const std::function<bool()>& completion,
+                            Json::Value& answer, const CallSite& site);
 
 }  // namespace moxh5::detail

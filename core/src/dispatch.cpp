@@ -3,6 +3,7 @@
 #include "MoxLog.h"
 #include "WorkbenchReport.h"
 #include "core/detail/answer.h"
+#include "core/detail/page_policy.h"
 #include "mox_json.h"
 
 namespace moxh5::detail {
@@ -32,12 +33,28 @@ bool RefuseUnknownMethod(const std::string& method, bool logIt, const CallSite& 
     return false;
 }
 
-bool DispatchPlain(const PlainMethodMap& methods, const mox_module_data* data, Json::Value& answer,
-                   const CallSite& site, PlainDispatchRules rules) {
+namespace {
+
+// Whether the page policy denies the caller a method the worker serves.
+bool PolicyDenies(std::string_view module, const mox_module_data& data, const std::string& method,
+                  const CallSite& site) {
+    if (MethodPermitted(data, module, method)) return false;
+    CMoxLog::MoxLogFormat(LOG_PRIORITY_WARNING, site.file, site.line, site.function,
+                          "[MoxH5] Page policy denied %.*s.%s", static_cast<int>(module.size()),
+                          module.data(), method.c_str());
+    return true;
+}
+
+}  // namespace
+
+bool DispatchPlain(std::string_view module, const PlainMethodMap& methods,
+                   const mox_module_data* data, Json::Value& answer, const CallSite& site,
+                   PlainDispatchRules rules) {
     std::string method;
     if (!ReadCallMethod(data, site, method)) return false;
     if (rules.silenceRenderAnswers && !data->isWorker) answer[key::kNoNeedUnifyCallBack] = true;
-    if (const PlainHandler* handler = FindHandler(methods, method)) return (*handler)(data, answer);
+    const PlainHandler* handler = FindHandler(methods, method);
+    if (handler && !PolicyDenies(module, *data, method, site)) return (*handler)(data, answer);
     return RefuseUnknownMethod(method, rules.logUnknownMethod, site, answer);
 }
 
@@ -62,26 +79,28 @@ const PlainHandler* FindContextHandler(const ContextMethodMap& methods, const st
 
 }  // namespace
 
-bool DispatchByContext(const ContextMethodMap& methods, const mox_module_data* data,
-                       Json::Value& answer, const CallSite& site) {
+bool DispatchByContext(std::string_view module, const ContextMethodMap& methods,
+                       const mox_module_data* data, Json::Value& answer, const CallSite& site) {
     std::string method;
     if (!ReadCallMethod(data, site, method)) return false;
     answer[key::kNoNeedUnifyCallBack] = true;
     const PlainHandler* handler = FindContextHandler(methods, method, data->isWorker);
-    if (!handler) return RefuseUnknownMethod(method, /*logIt=*/true, site, answer);
+    if (!handler || PolicyDenies(module, *data, method, site))
+        return RefuseUnknownMethod(method, /*logIt=*/true, site, answer);
     ReportNativeDispatch(method, data->isWorker);
     return (*handler)(data, answer);
 }
 
-bool DispatchWithCompletion(const CompletionMethodMap& methods, const mox_module_data* data,
-                            const std::function<bool()>& completion, Json::Value& answer,
-                            const CallSite& site) {
+bool DispatchWithCompletion(std::string_view module, const CompletionMethodMap& methods,
+                            const mox_module_data* data, const std::function<bool()>& completion,
+                            Json::Value& answer, const CallSite& site) {
     std::string method;
     if (!ReadCallMethod(data, site, method)) {
         completion();
         return true;
     }
-    if (const CompletionHandler* handler = FindHandler(methods, method)) {
+    const CompletionHandler* handler = FindHandler(methods, method);
+    if (handler && !PolicyDenies(module, *data, method, site)) {
         return (*handler)(data, completion, answer);
     }
     RefuseUnknownMethod(method, /*logIt=*/true, site, answer);

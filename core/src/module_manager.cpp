@@ -5,6 +5,7 @@
 
 #include "core/detail/answer.h"
 #include "core/detail/diagnostics.h"
+#include "core/detail/page_policy.h"
 #include "core/detail/params.h"
 #include "modules/module_adapters.h"
 #include "mox_json.h"
@@ -84,6 +85,8 @@ void MoxModuleManager::Init(IUserCenter* userCenter, IHttpBusinessMonitorCallBac
 
 void MoxModuleManager::SetCallback(IH5ActionImplCallBack* callback) { m_callback = callback; }
 
+void MoxModuleManager::SetPagePolicy(MoxPagePolicy policy) { m_pagePolicy = std::move(policy); }
+
 void MoxModuleManager::SetUserCenter(IUserCenter* userCenter) { m_userCenter = userCenter; }
 
 void MoxModuleManager::Register(const mox_source_info_t& info) {
@@ -155,5 +158,6 @@ bool MoxModuleManager::ExistUnguarded(const mox_h5_module_data& data) {
     const ModuleEntry* entry = FindModule(parts[0]);
     if (!entry) return false;
     if (parts.size() == 1) return true;
-    return entry->exist_fn && entry->exist_fn(entry->worker, parts[1]);
+    return entry->exist_fn && entry->exist_fn(entry->worker, parts[1]) &&
+           moxh5::detail::MethodPermitted(data, parts[0], parts[1]);
 }

@@ -32,7 +32,7 @@ H5BasicWorker::H5BasicWorker() {
 }
 
 bool H5BasicWorker::Execute(const mox_module_data* data, Json::Value& answer) {
-    return moxh5::detail::DispatchPlain(m_methods, data, answer,
+    return moxh5::detail::DispatchPlain(kModuleName, m_methods, data, answer,
                                         MOX_CALL_SITE("H5BasicWorker::Execute"),
                                         {/*logUnknownMethod=*/false});
 }

@@ -12,6 +12,9 @@
 
 class H5BasicWorker : public IModuleWorker {
 public:
+    // The module name pages call.
+    static constexpr char kModuleName[] = "JSCallBasic";
+
     H5BasicWorker();
     bool Execute(const mox_module_data* data, Json::Value& answer) override;
     bool Exist(const std::string& method) override;

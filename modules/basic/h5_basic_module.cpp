@@ -2,4 +2,4 @@
 #include "modules/basic/H5BasicWorker.h"
 #include "modules/module_adapters.h"
 
-MOX_DEFINE_MODULE_ADAPTERS(Basic, H5BasicWorker, "JSCallBasic")
+MOX_DEFINE_MODULE_ADAPTERS(Basic, H5BasicWorker, H5BasicWorker::kModuleName)

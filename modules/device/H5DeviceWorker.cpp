@@ -30,7 +30,8 @@ H5DeviceWorker::H5DeviceWorker() {
 }
 
 bool H5DeviceWorker::Execute(const mox_module_data* data, Json::Value& answer) {
-    return detail::DispatchPlain(m_methods, data, answer, MOX_CALL_SITE("H5DeviceWorker::Execute"),
+    return detail::DispatchPlain(kModuleName, m_methods, data, answer,
+                                 MOX_CALL_SITE("H5DeviceWorker::Execute"),
                                  {/*logUnknownMethod=*/false});
 }
 

@@ -22,6 +22,9 @@ extern std::atomic<bool> g_screenCaptureMonitoring;
 
 class H5DeviceWorker : public IModuleWorker {
 public:
+    // The module name pages call.
+    static constexpr char kModuleName[] = "JSDevice";
+
     H5DeviceWorker();
     bool Execute(const mox_module_data* data, Json::Value& answer) override;
     bool Exist(const std::string& method) override;

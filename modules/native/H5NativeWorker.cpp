@@ -84,7 +84,7 @@ H5NativeWorker::H5NativeWorker() {
 }
 
 bool H5NativeWorker::Execute(const mox_module_data* data, Json::Value& answer) {
-    return moxh5::detail::DispatchByContext(m_methods, data, answer,
+    return moxh5::detail::DispatchByContext(kModuleName, m_methods, data, answer,
                                             MOX_CALL_SITE("H5NativeWorker::Execute"));
 }
 

@@ -33,6 +33,9 @@
 
 class H5NativeWorker : public IModuleWorker {
 public:
+    // The module name pages call.
+    static constexpr char kModuleName[] = "JSCallNative";
+
     using Handler = bool (*)(const mox_h5_module_data* data, Json::Value& answer);
 
     // The page contexts a name is served in.

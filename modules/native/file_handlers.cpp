@@ -11,10 +11,15 @@
 // and need no host.
 //
 // Paths arrive as UTF-8 and reach the file system as wide strings, so that
-// non-ASCII (Chinese) file names work on Windows.
+// non-ASCII (Chinese) file names work on Windows. Every path a page names
+// passes the page policy's file scope first; outside it a method answers as
+// for a missing file, and the host operations are not asked at all. The host
+// work that hands a page files answers through AnswerPageHandingFiles, which
+// adds those files to the scope.
 #include "core/detail/answer.h"
 #include "core/detail/diagnostics.h"
 #include "core/detail/guard.h"
+#include "core/detail/page_policy.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/native_log.h"
 #include "mox_json.h"
@@ -25,6 +30,10 @@ namespace {
 
 namespace key = moxh5::key;
 namespace text = moxh5::text;
+using moxh5::detail::AnswerPageHandingFiles;
+using moxh5::detail::CallSite;
+using moxh5::detail::NetworkUrlAllowed;
+using moxh5::detail::PageFileInScope;
 using moxh5::detail::RequireCall;
 using moxh5::detail::RequireObjectParams;
 using moxh5::detail::RequireRequest;
@@ -56,6 +65,14 @@ const Json::Value* RequireLocalFileCall(const mox_h5_module_data* data, Json::Va
     return RequireObjectParams(*data, answer, site);
 }
 
+// Whether every text is fit for a request header or form field.
+bool AllHeaderTexts(std::initializer_list<const std::string*> texts, const CallSite& site) {
+    for (const std::string* text : texts) {
+        if (!moxh5::detail::HeaderTextAllowed(*text, site)) return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 bool H5NativeWorker::checkFileExist(const mox_h5_module_data* data, Json::Value& answer) {
@@ -64,13 +81,14 @@ bool H5NativeWorker::checkFileExist(const mox_h5_module_data* data, Json::Value&
     if (!call) return false;
 
     bool found = false;
-    std::wstring path;
-    if (mox_json::GetJsonValueToUtf8WString(*call.params, "filePathName", path, kFunction, true,
-                                            false)) {
-        found = moxh5::platform::FileExists(path);
+    std::string pagePath;
+    if (mox_json::GetJsonValueToString(*call.params, "filePathName", pagePath, kFunction, true,
+                                       false)) {
+        const std::optional<std::wstring> path = PageFileInScope(pagePath, NATIVE_SITE(kFunction));
+        found = path && moxh5::platform::FileExists(*path);
         if (found) {
             NATIVE_LOG_W(LOG_PRIORITY_INFO, L"H5NativeWorker::checkFileExist",
-                         L"[MoxH5] Find file[%ls]", path.c_str());
+                         L"[MoxH5] Find file[%ls]", path->c_str());
         }
     }
     Json::Value result(Json::objectValue);
@@ -106,7 +124,7 @@ bool H5NativeWorker::selectFile(const mox_h5_module_data* data, Json::Value& ans
     const std::string filter = ReadString(*call.params, "filter", kFunction);
     NATIVE_LOG_W(LOG_PRIORITY_INFO, L"H5NativeWorker::selectFile", L"[MoxH5] Get filter[%ls]",
                  Utf8ToWide(filter).c_str());
-    call.host->SelectFile(filter, PageIdentityOf(*data), &callBackToWebPage);
+    call.host->SelectFile(filter, PageIdentityOf(*data), &AnswerPageHandingFiles);
     answer[key::kAsynExec] = true;
     return true;
 }
@@ -125,16 +143,25 @@ bool H5NativeWorker::downloadRemoteFile(const mox_h5_module_data* data, Json::Va
     NATIVE_LOG_W(LOG_PRIORITY_INFO, L"H5NativeWorker::downloadRemoteFile",
                  L"[MoxH5] H5 download url[%ls], path[%ls]", Utf8ToWide(url).c_str(),
                  Utf8ToWide(filePath).c_str());
-    if (url.empty() || filePath.empty()) {
+    const CallSite site = NATIVE_SITE(kFunction);
+    std::optional<std::wstring> target;
+    if (!url.empty() && !filePath.empty() && NetworkUrlAllowed(url, site) &&
+        AllHeaderTexts({&cookie}, site)) {
+        target = PageFileInScope(filePath, site);
+    }
+    if (!target) {
         answer[key::kMessage] = text::kInvalidParam;
         return false;
     }
-    call.host->DownloadRemoteFile(filePath, url, cookie, PageIdentityOf(*data), &callBackToWebPage);
+    call.host->DownloadRemoteFile(moxh5::platform::WideToUtf8(*target), url, cookie,
+                                  PageIdentityOf(*data), &AnswerPageHandingFiles);
     answer[key::kAsynExec] = true;
     return true;
 }
 
-// The six values go to the host as the page sent them, empty ones included.
+// The six values go to the host as the page sent them (the path normalized),
+// empty ones included, once the URL, the texts and the path have passed the
+// page policy.
 bool H5NativeWorker::uploadFile(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::uploadFile";
     UseUnifiedCallback(answer);
@@ -149,8 +176,18 @@ bool H5NativeWorker::uploadFile(const mox_h5_module_data* data, Json::Value& ans
     const std::string signName = ReadString(params, "signName", kFunction);
     const std::string signValue = ReadString(params, "signValue", kFunction);
     const std::string fileDataName = ReadString(params, "fileDataName", kFunction);
-    call.host->UploadFile(url, cookie, filePath, signName, signValue, fileDataName,
-                          PageIdentityOf(*data), &callBackToWebPage);
+    const CallSite site = NATIVE_SITE(kFunction);
+    std::optional<std::wstring> file;
+    if (NetworkUrlAllowed(url, site) &&
+        AllHeaderTexts({&cookie, &signName, &signValue, &fileDataName}, site)) {
+        file = PageFileInScope(filePath, site);
+    }
+    if (!file) {
+        answer[key::kMessage] = text::kInvalidParam;
+        return false;
+    }
+    call.host->UploadFile(url, cookie, moxh5::platform::WideToUtf8(*file), signName, signValue,
+                          fileDataName, PageIdentityOf(*data), &callBackToWebPage);
     answer[key::kAsynExec] = true;
     return true;
 }
@@ -163,17 +200,21 @@ bool H5NativeWorker::saveFile(const mox_h5_module_data* data, Json::Value& answe
     NATIVE_TRACE_JSON(kFunction, "[MoxH5] Web req SaveFile content: %s", data->payload);
 
     const std::string tempFilePath = ReadString(*call.params, "tempFilePath", kFunction);
-    if (tempFilePath.empty()) {
+    const std::optional<std::wstring> file =
+        tempFilePath.empty() ? std::nullopt : PageFileInScope(tempFilePath, NATIVE_SITE(kFunction));
+    if (!file) {
         answer[key::kMessage] = text::kInvalidParam;
         return false;
     }
-    call.host->SaveFile(tempFilePath, PageIdentityOf(*data), &callBackToWebPage);
+    call.host->SaveFile(moxh5::platform::WideToUtf8(*file), PageIdentityOf(*data),
+                        &AnswerPageHandingFiles);
     answer[key::kAsynExec] = true;
     return true;
 }
 
 // Removes a file, never a directory: a directory exists, but its removal
-// fails ("remove failed.").
+// fails ("remove failed."). A path outside the page file scope is "file not
+// exist.".
 bool H5NativeWorker::removeSavedFile(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::removeSavedFile";
     const Json::Value* params = RequireLocalFileCall(data, answer, NATIVE_SITE(kFunction));
@@ -185,12 +226,12 @@ bool H5NativeWorker::removeSavedFile(const mox_h5_module_data* data, Json::Value
         answer[key::kMessage] = kFilePathEmpty;
         return false;
     }
-    const std::wstring widePath = Utf8ToWide(filePath);
-    if (!moxh5::platform::FileExists(widePath)) {
+    const std::optional<std::wstring> path = PageFileInScope(filePath, NATIVE_SITE(kFunction));
+    if (!path || !moxh5::platform::FileExists(*path)) {
         answer[key::kMessage] = kFileNotExist;
         return false;
     }
-    if (moxh5::platform::RemoveFile(widePath) != 0) {
+    if (moxh5::platform::RemoveFile(*path) != 0) {
         answer[key::kMessage] = kRemoveFailed;
         return false;
     }
@@ -209,7 +250,9 @@ bool H5NativeWorker::getFileInfo(const mox_h5_module_data* data, Json::Value& an
         answer[key::kMessage] = text::kInvalidParam;
         return false;
     }
-    const std::optional<uint64_t> size = moxh5::platform::RegularFileSize(Utf8ToWide(filePath));
+    const std::optional<std::wstring> path = PageFileInScope(filePath, NATIVE_SITE(kFunction));
+    const std::optional<uint64_t> size =
+        path ? moxh5::platform::RegularFileSize(*path) : std::nullopt;
     if (!size) {
         answer[key::kMessage] = kFileInfoFailed;
         return false;

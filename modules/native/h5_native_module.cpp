@@ -2,4 +2,4 @@
 #include "modules/module_adapters.h"
 #include "modules/native/H5NativeWorker.h"
 
-MOX_DEFINE_MODULE_ADAPTERS(Native, H5NativeWorker, "JSCallNative")
+MOX_DEFINE_MODULE_ADAPTERS(Native, H5NativeWorker, H5NativeWorker::kModuleName)

@@ -6,8 +6,10 @@
 // render pages only.
 #include <fmt/format.h>
 
+#include "StrictUrl.h"
 #include "core/detail/answer.h"
 #include "core/detail/guard.h"
+#include "core/detail/page_policy.h"
 #include "core/detail/params.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/handler_checks.h"
@@ -38,16 +40,6 @@ constexpr char kCsRole[] = "cs";
 
 bool StartsWith(const std::string& text, const char* prefix, size_t length) {
     return text.compare(0, length, prefix, length) == 0;
-}
-
-// Only http and https links go to the shell: anything else would let a page
-// open local files or start programs.
-bool IsWebLink(const std::string& url) {
-    const size_t colon = url.find("://");
-    if (colon == std::string::npos || url.size() == colon + 3) return false;
-    std::string scheme = url.substr(0, colon);
-    for (char& c : scheme) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-    return scheme == "http" || scheme == "https";
 }
 
 // A client link: the host's prefix, the rest of the page's link, and the mall
@@ -101,7 +93,10 @@ bool H5NativeWorker::openWebUseBrowser(const mox_h5_module_data* data, Json::Val
     if (StartsWith(targetUrl, kClientLinkScheme, kClientLinkSchemeLength)) {
         return OpenInClient(*data, *params, targetUrl, answer, NATIVE_SITE(kFunction));
     }
-    if (!IsWebLink(targetUrl)) {
+    // Only web links go to the shell (anything else would let a page open
+    // local files or start programs), and only those the page policy allows.
+    if (!moxh5::IsWebUrl(targetUrl) ||
+        !moxh5::detail::ShellMayOpen(targetUrl, NATIVE_SITE(kFunction))) {
         answer[key::kMessage] = text::kInvalidParam;
         return false;
     }

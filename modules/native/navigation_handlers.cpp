@@ -8,6 +8,7 @@
 #include "core/detail/answer.h"
 #include "core/detail/diagnostics.h"
 #include "core/detail/guard.h"
+#include "core/detail/page_policy.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/native_log.h"
 #include "mox_json.h"
@@ -41,8 +42,10 @@ std::string BodyText(const Json::Value& body) {
         }                                                                          \
     } while (0)
 
-bool ShellOpened(const std::wstring& target) {
-    return moxh5::platform::ShellOpen(target) > kShellErrorCeiling;
+// Opens `target` when the page policy lets it reach the shell.
+bool ShellOpened(const std::string& target, const moxh5::detail::CallSite& site) {
+    if (!moxh5::detail::ShellMayOpen(target, site)) return false;
+    return moxh5::platform::ShellOpen(moxh5::platform::Utf8ToWide(target)) > kShellErrorCeiling;
 }
 
 // Answers "message" with the text for the outcome; returns the outcome.
@@ -110,7 +113,8 @@ bool H5NativeWorker::sessionExpired(const mox_h5_module_data* data, Json::Value&
     return host->SessionExpired(data);
 }
 
-// Opens "url" in the shell; an empty or missing URL opens nothing.
+// Opens "url" in the shell; an empty or missing URL, or one the page policy
+// refuses, opens nothing.
 bool H5NativeWorker::windowsDownLoad(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::windowsDownLoad";
     UseUnifiedCallback(answer);
@@ -119,14 +123,15 @@ bool H5NativeWorker::windowsDownLoad(const mox_h5_module_data* data, Json::Value
     const Json::Value* params = RequireObjectParams(*data, answer, NATIVE_SITE(kFunction));
     if (!params) return false;
 
-    const std::wstring url = mox_json::GetJsonValueToUtf8WString(
-        GuardedCopy(*params, "windowsDownLoad"), "url", kFunction);
-    return Say(answer, !url.empty() && ShellOpened(url), "download ok", "download failed");
+    const std::string url =
+        mox_json::GetJsonValueToString(GuardedCopy(*params, "windowsDownLoad"), "url", kFunction);
+    return Say(answer, !url.empty() && ShellOpened(url, NATIVE_SITE(kFunction)), "download ok",
+               "download failed");
 }
 
-// Opens "jump" in the shell. Only a missing "jump" skips the shell: an empty
-// or non-string one is handed over as an empty target, which the shell
-// refuses.
+// Opens "jump" in the shell. Besides a "jump" the page policy refuses, only a
+// missing one skips the shell: an empty or non-string one is handed over (when
+// the policy is unrestricted) as an empty target, which the shell refuses.
 bool H5NativeWorker::oneClickUpdate(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::oneClickUpdate";
     UseUnifiedCallback(answer);
@@ -137,8 +142,9 @@ bool H5NativeWorker::oneClickUpdate(const mox_h5_module_data* data, Json::Value&
 
     bool updated = false;
     if (params->isMember("jump")) {
-        updated = ShellOpened(mox_json::GetJsonValueToUtf8WString(
-            GuardedCopy(*params, "oneClickUpdate"), "jump", kFunction));
+        updated = ShellOpened(mox_json::GetJsonValueToString(GuardedCopy(*params, "oneClickUpdate"),
+                                                             "jump", kFunction),
+                              NATIVE_SITE(kFunction));
     }
     return Say(answer, updated, "update ok", "update failed");
 }

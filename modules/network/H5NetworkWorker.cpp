@@ -5,6 +5,7 @@
 #include "core/detail/answer.h"
 #include "core/detail/diagnostics.h"
 #include "core/detail/guard.h"
+#include "core/detail/page_policy.h"
 #include "mox_json.h"
 #include "moxh5/module_manager.h"
 
@@ -33,6 +34,19 @@ std::vector<std::string> HeaderLines(const Json::Value& params) {
     return lines;
 }
 
+// Whether the URL, the cookie and every header line may reach the host's
+// HTTP code under the page policy.
+bool RequestTextsAllowed(const std::string& url, const std::string& cookie,
+                         const std::vector<std::string>& headers, const detail::CallSite& site) {
+    if (!detail::NetworkUrlAllowed(url, site) || !detail::HeaderTextAllowed(cookie, site)) {
+        return false;
+    }
+    for (const std::string& line : headers) {
+        if (!detail::HeaderTextAllowed(line, site)) return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 H5NetworkWorker::H5NetworkWorker() {
@@ -41,7 +55,8 @@ H5NetworkWorker::H5NetworkWorker() {
 }
 
 bool H5NetworkWorker::Execute(const mox_module_data* data, Json::Value& answer) {
-    return detail::DispatchPlain(m_methods, data, answer, MOX_CALL_SITE("H5NetworkWorker::Execute"),
+    return detail::DispatchPlain(kModuleName, m_methods, data, answer,
+                                 MOX_CALL_SITE("H5NetworkWorker::Execute"),
                                  {/*logUnknownMethod=*/true});
 }
 
@@ -90,11 +105,16 @@ bool H5HttpRequest(int, IH5ActionImplCallBack* host, const std::string& extra,
     const std::string content = mox_json::GetJsonValueToString(*params, "content", kHttpFunction);
     const std::string cookie = mox_json::GetJsonValueToString(*params, "cookie", kHttpFunction);
     if (!host) return false;
+    const std::vector<std::string> headers = HeaderLines(*params);
+    if (!RequestTextsAllowed(url, cookie, headers, site)) {
+        answer[key::kMessage] = moxh5::text::kInvalidParam;
+        return false;
+    }
 
     bool accepted = false;
     if (type == "post") {
         accepted = host->HttpPost(kPageHttpRequest, data, data->webindex, data->callbackid, extra,
-                                  &callBackToWebPage, url, content, cookie, HeaderLines(*params));
+                                  &callBackToWebPage, url, content, cookie, headers);
     } else if (type == "get") {
         // Header lines are not passed for GET, even when the page sends them.
         accepted = host->HttpGet(kPageHttpRequest, data, data->webindex, data->callbackid, extra,

@@ -5,6 +5,9 @@
 //                   "content", "cookie" and, for "post" only, "headers" (an
 //                   array of header lines) go to the host's HttpPost / HttpGet,
 //                   which answers later through callBackToWebPage ("AsynExec").
+//                   The URL must pass the page policy (an http or https URL by
+//                   default); a URL, cookie or header line with CR, LF or NUL
+//                   is refused with "Invalid param.".
 #pragma once
 
 #include <string>
@@ -15,6 +18,9 @@
 
 class H5NetworkWorker : public IModuleWorker {
 public:
+    // The module name pages call.
+    static constexpr char kModuleName[] = "JSNetwork";
+
     H5NetworkWorker();
     bool Execute(const mox_module_data* data, Json::Value& answer) override;
     bool Exist(const std::string& method) override;

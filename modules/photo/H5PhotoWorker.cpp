@@ -81,7 +81,8 @@ H5PhotoWorker::H5PhotoWorker() {
 }
 
 bool H5PhotoWorker::Execute(const mox_module_data* data, Json::Value& answer) {
-    return detail::DispatchPlain(m_methods, data, answer, MOX_CALL_SITE("H5PhotoWorker::Execute"),
+    return detail::DispatchPlain(kModuleName, m_methods, data, answer,
+                                 MOX_CALL_SITE("H5PhotoWorker::Execute"),
                                  {/*logUnknownMethod=*/true, /*silenceRenderAnswers=*/true});
 }
 

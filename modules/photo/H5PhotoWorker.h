@@ -18,6 +18,9 @@
 
 class H5PhotoWorker : public IModuleWorker {
 public:
+    // The module name pages call.
+    static constexpr char kModuleName[] = "JSPhoto";
+
     H5PhotoWorker();
     bool Execute(const mox_module_data* data, Json::Value& answer) override;
     bool Exist(const std::string& method) override;

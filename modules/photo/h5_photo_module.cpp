@@ -2,4 +2,4 @@
 #include "modules/module_adapters.h"
 #include "modules/photo/H5PhotoWorker.h"
 
-MOX_DEFINE_MODULE_ADAPTERS(Photo, H5PhotoWorker, "JSPhoto")
+MOX_DEFINE_MODULE_ADAPTERS(Photo, H5PhotoWorker, H5PhotoWorker::kModuleName)

@@ -36,7 +36,8 @@ int64_t getRequestID(const Json::Value& payload) {
 H5SocketWorker::H5SocketWorker() { m_methods.emplace("send", &H5SocketWorker::send); }
 
 bool H5SocketWorker::Execute(const mox_module_data* data, Json::Value& answer) {
-    return detail::DispatchPlain(m_methods, data, answer, MOX_CALL_SITE("H5SocketWorker::Execute"),
+    return detail::DispatchPlain(kModuleName, m_methods, data, answer,
+                                 MOX_CALL_SITE("H5SocketWorker::Execute"),
                                  {/*logUnknownMethod=*/true});
 }
 

@@ -15,6 +15,9 @@
 
 class H5SocketWorker : public IModuleWorker {
 public:
+    // The module name pages call.
+    static constexpr char kModuleName[] = "MMSSocket";
+
     H5SocketWorker();
     bool Execute(const mox_module_data* data, Json::Value& answer) override;
     bool Exist(const std::string& method) override;

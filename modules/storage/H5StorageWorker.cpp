@@ -74,7 +74,7 @@ bool H5StorageWorker::Execute(const mox_module_data* data, Json::Value& answer) 
     const std::function<bool()> answerPage = [data, &answer] {
         return AnswerRenderPage(*data, answer);
     };
-    return moxh5::detail::DispatchWithCompletion(m_methods, data, answerPage, answer,
+    return moxh5::detail::DispatchWithCompletion(kModuleName, m_methods, data, answerPage, answer,
                                                  MOX_CALL_SITE(kExecuteFunction));
 }
 

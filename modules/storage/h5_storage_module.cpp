@@ -2,4 +2,4 @@
 #include "modules/module_adapters.h"
 #include "modules/storage/H5StorageWorker.h"
 
-MOX_DEFINE_MODULE_ADAPTERS(Storage, H5StorageWorker, "JSStorage")
+MOX_DEFINE_MODULE_ADAPTERS(Storage, H5StorageWorker, H5StorageWorker::kModuleName)

@@ -12,6 +12,9 @@ MoxModuleManager& ReadySingleton() {
     static MoxModuleManager* manager = [] {
         MoxModuleManager* m = MoxModuleManager::GetInstance();
         m->Init(nullptr, nullptr, MoxConfigCallback());
+        // The module tests show each method's own behaviour; the page
+        // policy's refusals have a test of their own (ScopedPagePolicy).
+        m->SetPagePolicy(MoxPagePolicy::Unrestricted());
         m->Create();
         return m;
     }();

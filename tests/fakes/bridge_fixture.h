@@ -35,7 +35,8 @@ private:
 };
 
 // The process-wide manager after Init and Create, done once per test program
-// (Init registers the modules again each time it runs).
+// (Init registers the modules again each time it runs), with the page policy
+// unrestricted.
 MoxModuleManager& ReadySingleton();
 
 // Installs `users` as the user centre of ReadySingleton() for the lifetime of

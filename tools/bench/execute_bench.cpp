@@ -3,9 +3,14 @@
 // The request-trace cases compare a host whose log keeps info lines (the
 // payload is written out as JSON for every call) with one that keeps only
 // warnings (nothing is written): the difference is what the hot path saves.
+// The page-policy cases run "showToast" under the default policy, the
+// unrestricted one and a policy with a method filter, side by side: a method
+// that touches no shell, file or URL must cost the same under each.
 #include <benchmark/benchmark.h>
 
 #include <memory>
+#include <string_view>
+#include <utility>
 
 #include "MoxLog.h"
 #include "moxh5/module_manager.h"
@@ -52,9 +57,11 @@ mox_h5_module_data Call(const char* method, const char* contentText) {
     return call;
 }
 
-void RunCalls(benchmark::State& state, const char* module, const char* method, int logLevel) {
+void RunCalls(benchmark::State& state, const char* module, const char* method, int logLevel,
+              MoxPagePolicy policy = {}) {
     CMoxLog::SetSink(std::make_shared<NullSink>(logLevel));
     MoxModuleManager& manager = Manager();
+    manager.SetPagePolicy(std::move(policy));
     const mox_h5_module_data call = Call(method, "The parcel left the warehouse this morning.");
     for (auto _ : state) {
         Json::Value answer(Json::objectValue);
@@ -63,6 +70,7 @@ void RunCalls(benchmark::State& state, const char* module, const char* method, i
     }
     Host().Reset();
     CMoxLog::SetSink(nullptr);
+    manager.SetPagePolicy({});
 }
 
 void CanIUse(benchmark::State& state) {
@@ -74,12 +82,25 @@ void ShowToastQuietLog(benchmark::State& state) {
 void ShowToastTracedLog(benchmark::State& state) {
     RunCalls(state, "JSCallNative", "showToast", LOG_PRIORITY_INFO);
 }
+void ShowToastUnrestricted(benchmark::State& state) {
+    RunCalls(state, "JSCallNative", "showToast", LOG_PRIORITY_WARNING,
+             MoxPagePolicy::Unrestricted());
+}
+void ShowToastMethodFilter(benchmark::State& state) {
+    MoxPagePolicy policy;
+    policy.methodFilter = [](const MoxCallingPage&, std::string_view module, std::string_view) {
+        return module != "JSPhoto";
+    };
+    RunCalls(state, "JSCallNative", "showToast", LOG_PRIORITY_WARNING, std::move(policy));
+}
 void UnknownModule(benchmark::State& state) {
     RunCalls(state, "JSNothing", "x", LOG_PRIORITY_WARNING);
 }
 
 BENCHMARK(CanIUse);
 BENCHMARK(ShowToastQuietLog);
+BENCHMARK(ShowToastUnrestricted);
+BENCHMARK(ShowToastMethodFilter);
 BENCHMARK(ShowToastTracedLog);
 BENCHMARK(UnknownModule);
 

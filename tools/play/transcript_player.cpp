@@ -3,7 +3,9 @@
 #include <json/reader.h>
 
 #include <initializer_list>
+#include <optional>
 #include <utility>
+#include <vector>
 
 #include "MoxLog.h"
 #include "WorkbenchReport.h"
@@ -168,6 +170,37 @@ void SetSessionAnswers(const Json::Value& answers, Setter set) {
     for (const std::string& session : answers.getMemberNames()) {
         set(session, answers[session].asString());
     }
+}
+
+// The strings of an array of strings, or nullopt for anything else.
+std::optional<std::vector<std::string>> StringList(const Json::Value& value) {
+    if (!value.isArray()) return std::nullopt;
+    std::vector<std::string> list;
+    for (const Json::Value& item : value) {
+        if (!item.isString()) return std::nullopt;
+        list.push_back(item.asString());
+    }
+    return list;
+}
+
+// The page policy a "pagePolicy" object describes: "unrestricted", and the
+// lists "shellSchemes" and "fileRoots" (defaults where absent); the problem
+// found otherwise.
+std::string ReadPagePolicy(const Json::Value& given, MoxPagePolicy& policy) {
+    const std::string problem = CheckFields(
+        given,
+        {{"unrestricted", Kind::Bool}, {"shellSchemes", Kind::Any}, {"fileRoots", Kind::Any}});
+    if (!problem.empty()) return "\"pagePolicy\": " + problem;
+    policy.unrestricted = given.get("unrestricted", false).asBool();
+    for (auto [name, list] : {std::pair{"shellSchemes", &policy.shellSchemes},
+                              std::pair{"fileRoots", &policy.fileRoots}}) {
+        if (!given.isMember(name)) continue;
+        std::optional<std::vector<std::string>> strings = StringList(given[name]);
+        if (!strings)
+            return std::string("\"pagePolicy\" \"") + name + "\" must be an array of strings";
+        *list = std::move(*strings);
+    }
+    return {};
 }
 
 bool IsSessionAnswers(const Json::Value& value) {
@@ -367,8 +400,14 @@ bool TranscriptPlayer::Host(const Json::Value& input, int number) {
                                                     {"currentMallCsId", Kind::String},
                                                     {"pluginVersion", Kind::Any},
                                                     {"shellResult", Kind::Int},
-                                                    {"clientLinkPrefix", Kind::String}});
+                                                    {"clientLinkPrefix", Kind::String},
+                                                    {"pagePolicy", Kind::Object}});
     if (!problem.empty()) return Refuse(number, problem);
+    MoxPagePolicy policy;
+    if (input.isMember("pagePolicy")) {
+        const std::string policyProblem = ReadPagePolicy(input["pagePolicy"], policy);
+        if (!policyProblem.empty()) return Refuse(number, policyProblem);
+    }
     for (const char* name : {"results", "switches"}) {
         for (const Json::Value& value : input.get(name, Json::Value(Json::objectValue))) {
             if (!value.isBool())
@@ -416,6 +455,8 @@ bool TranscriptPlayer::Host(const Json::Value& input, int number) {
         if (code < 0) return Refuse(number, "\"shellResult\" must not be negative");
         m_shellResult = static_cast<uintptr_t>(code);
     }
+    if (input.isMember("pagePolicy"))
+        MoxModuleManager::GetInstance()->SetPagePolicy(std::move(policy));
     return true;
 }
 

@@ -96,6 +96,11 @@ public:
     // Asynchronous file operations: the host keeps `page` and calls
     // `done(page.isWorker, success, page.webindex, page.mallcsid,
     // page.callbackid, page.workerid, answer)` when the work is finished.
+    // For SelectFile, SaveFile and DownloadRemoteFile, a successful answer's
+    // "data" "path" and "filePath" (a string or an array of strings) name the
+    // files handed to the page: the page policy lets pages name them from
+    // then on (moxh5/page_policy.h). Page-named paths and URLs arrive here
+    // only after the policy accepted them (paths in their normalized form).
     virtual bool SelectFile(const std::string& filter, const MoxPageIdentity& page,
                             MoxPageCallbackFn done) = 0;
     virtual bool DownloadRemoteFile(const std::string& filePath, const std::string& url,

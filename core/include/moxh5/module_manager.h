@@ -4,6 +4,7 @@
 //   MoxModuleManager* manager = CSingleton<MoxModuleManager>::GetInstance();
 //   manager->Init(userCenter, httpMonitor, configCallback);  // registers the 7 modules
 //   manager->SetCallback(actionInterface);                   // before or after Create
+//   manager->SetPagePolicy(policy);                          // optional: the safe default
 //   manager->Create();                                       // builds one worker per module
 // and then, once per script call from a page:
 //   manager->Exist(request)                        -> is the module (or "Module.method") known?
@@ -14,7 +15,7 @@
 // "AsynExec"). Calls that finish later answer through callBackToWebPage
 // (moxh5/page_callback.h).
 //
-// Threads: Init, SetCallback, Create and Register are start-up calls and must
+// Threads: Init, SetCallback, SetPagePolicy, Create and Register are start-up calls and must
 // finish before the first Execute or Exist. After that the manager is only
 // read: Execute and Exist may run on any threads at once; the manager takes no
 // locks. Workers are held by shared pointers, so a worker lives as long as a
@@ -35,6 +36,7 @@
 #include "moxh5/export.h"
 #include "moxh5/host_interfaces.h"
 #include "moxh5/module_worker.h"
+#include "moxh5/page_policy.h"
 #include "moxh5/records.h"
 
 // Process-wide singleton holder. GetInstance returns a pointer to a
@@ -96,6 +98,12 @@ public:
     // null uninstalls). A start-up call, like SetCallback.
     void SetUserCenter(IUserCenter* userCenter);
 
+    // Replaces the page policy as a whole (moxh5/page_policy.h). A start-up
+    // call, like SetCallback: the policy is read without locks afterwards.
+    // Until it is called, the default (safe) policy is in force.
+    void SetPagePolicy(MoxPagePolicy policy);
+    const MoxPagePolicy& GetPagePolicy() const { return m_pagePolicy; }
+
     IH5ActionImplCallBack* GetCallback() const { return m_callback; }
     IUserCenter* GetUserCenter() const { return m_userCenter; }
     IHttpBusinessMonitorCallBack* GetHttpBizMonitor() const { return m_httpBizMonitor; }
@@ -145,4 +153,5 @@ private:
     IH5ActionImplCallBack* m_callback = nullptr;
     IUserCenter* m_userCenter = nullptr;
     MoxConfigCallback m_configCallback;
+    MoxPagePolicy m_pagePolicy;
 };

@@ -164,6 +164,32 @@ void SetRemoveFileHook(RemoveFileHook hook);
 // when there is none (missing, a directory, a device) or the query fails.
 std::optional<uint64_t> RegularFileSize(const std::wstring& path);
 
+// --- local paths ---------------------------------------------------------
+
+// A local path as the file checks use it.
+struct LocalPath {
+    // The path for the OS calls: one kind of separator, no empty or "."
+    // segments.
+    std::wstring native;
+    // The path for comparisons: "/" separators, and upper case where the
+    // file system ignores case (Windows).
+    std::wstring key;
+};
+
+// `path` when it is an absolute local path that a page may name: no control
+// characters and no ".." segment anywhere; on Windows a drive letter, a colon
+// and a separator first, and no UNC or device path (two separators first,
+// "\\?\", "\\.\"), no further colon (alternate data streams), no reserved
+// device name (CON, NUL, COM1, ... also with an extension), no name ending in
+// a dot or a space and none of < > " | ? *; elsewhere a "/" first (but not
+// two). Otherwise nullopt, with a short reason (a static text) in `refusal`.
+// The check is lexical: it does not touch the file system.
+std::optional<LocalPath> CheckLocalPath(std::wstring_view path, const char** refusal = nullptr);
+
+// Which rules CheckLocalPath applies.
+enum class PathRules : uint8_t { kPosix, kWindows };
+PathRules LocalPathRules();
+
 // --- window messages -----------------------------------------------------
 
 enum class PostResult : uint8_t {

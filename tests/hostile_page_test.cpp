@@ -1,0 +1,255 @@
+// Tests of what a hostile page can make the library do under the default page
+// policy: open programs through the shell, reach files outside the page file
+// scope, smuggle line breaks into requests, call methods the host denies.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "moxh5/platform.h"
+#include "tests/fakes/capture_sinks.h"
+#include "tests/fakes/native_case.h"
+#include "tests/fakes/platform_fakes.h"
+
+namespace moxh5::test {
+namespace {
+
+// Puts `policy` in force for the lifetime of the object; the fixture's
+// unrestricted policy after.
+struct ScopedPagePolicy {
+    explicit ScopedPagePolicy(MoxPagePolicy policy = {}) {
+        ReadySingleton().SetPagePolicy(std::move(policy));
+    }
+    ~ScopedPagePolicy() { ReadySingleton().SetPagePolicy(MoxPagePolicy::Unrestricted()); }
+};
+
+// "<answer> <result>" of one native call.
+std::string CallOf(const char* method, const Json::Value& params, bool isWorker = false,
+                   const char* module = "JSCallNative") {
+    Json::Value answer;
+    const bool result = RunCall(module, MakeCall(method, params, isWorker), answer);
+    return Compact(answer) + (result ? " true" : " false");
+}
+
+// Test that only absolute http(s) links reach the shell from each shell-opening method.
+TEST(HostilePage, ShellOpensOnlyStrictWebLinks) {
+    const std::vector<std::string> kOpened = {
+        "https://dl.example/setup.exe", "HTTP://dl.example:8080/a?b=c#d",
+        "https://shop.example/\xE8\xAE\xA2\xE5\x8D\x95", "https://[::1]:8443/x"};
+    // clang-format off
+    const std::vector<std::string> kRefused = {
+        "C:\\Windows\\System32\\calc.exe", "\\\\evil.example\\share\\x.exe",
+        "file:///C:/Windows/System32/calc.exe", "search-ms:query=x&crumb=location:\\\\evil\\s",
+        "ms-msdt:/id PCWDiagnostic", "javascript:alert(1)", "https://user:pw@dl.example/",
+        "https://dl.example/a b", "https://dl.example/a\tb", "https://dl.example/\r\nx",
+        "https:\\\\dl.example\\x", "https://dl.example/\xC2\xA0", "https:dl.example/x", "https://",
+        "https://dl.example:99999/", "https://dl.example/%zz"};
+    // clang-format on
+    const struct {
+        const char* method;
+        const char* key;
+        const char* failed;
+    } kMethods[] = {{"windowsDownLoad", "url", R"({"message":"download failed"} false)"},
+                    {"oneClickUpdate", "jump", R"({"message":"update failed"} false)"},
+                    {"openWebUseBrowser", "targetUrl", nullptr}};
+    ScopedPagePolicy policy;
+    for (const auto& m : kMethods) {
+        const auto params = [&m](const std::string& target) {
+            Json::Value p;
+            p[m.key] = target;
+            return p;
+        };
+        for (const std::string& target : kOpened) {
+            ScopedShellRecorder shell;
+            CallOf(m.method, params(target));
+            EXPECT_EQ(shell.targets, std::vector<std::string>{target}) << m.method;
+        }
+        for (const std::string& target : kRefused) {
+            ScopedShellRecorder shell;
+            ScopedLogCapture log;
+            const std::string answer = CallOf(m.method, params(target));
+            EXPECT_TRUE(shell.targets.empty()) << m.method << " " << target;
+            if (!m.failed) continue;
+            EXPECT_EQ(answer, m.failed);
+            EXPECT_EQ(log->Matching("[MoxH5] Page policy refused a shell-open").at(0).priority,
+                      LOG_PRIORITY_WARNING);
+        }
+    }
+}
+
+// Test the path rules of this platform: what a page may name, and the comparison key.
+TEST(HostilePage, PathRulesRefuseWhatCouldEscapeTheScope) {
+    const bool windows = platform::LocalPathRules() == platform::PathRules::kWindows;
+    const struct {
+        const wchar_t* path;
+        bool onWindows, onPosix;
+    } kPaths[] = {
+        {L"C:\\Users\\m\\a.txt", true, false},
+        {L"c:/Users/m/\u62a5\u544a.txt", true, false},
+        {L"/home/m/a.txt", false, true},
+        {L"/tmp/NUL", false, true},
+        {L"/tmp/a\\..\\b", false, true},
+        {L"\\\\host\\share\\x.exe", false, false},
+        {L"\\\\?\\C:\\x.txt", false, false},
+        {L"\\\\.\\PhysicalDrive0", false, false},
+        {L"//host/share/x", false, false},
+        {L"C:\\a\\..\\b.txt", false, false},
+        {L"/home/m/../../etc/passwd", false, false},
+        {L"C:\\a\\f.txt:secret:$DATA", false, false},
+        {L"C:\\a\\NUL", false, false},
+        {L"C:\\a\\com1.txt", false, false},
+        {L"C:\\a\\CON .log", false, false},
+        {L"C:\\a\\lpt\u00b9", false, false},
+        {L"C:\\a\\b.\\c", false, false},
+        {L"C:\\a\\b \\c", false, false},
+        {L"C:relative.txt", false, false},
+        {L"relative/a.txt", false, false},
+        {L"/tmp/a\nb", false, false},
+        {L"C:\\a\\b\nc", false, false},
+        {L"C:\\a\\b?.txt", false, false},
+        {L"", false, false},
+    };
+    for (const auto& p : kPaths) {
+        EXPECT_EQ(platform::CheckLocalPath(p.path).has_value(), windows ? p.onWindows : p.onPosix)
+            << platform::WideToUtf8(p.path);
+    }
+    const auto key = [](const wchar_t* path) { return platform::CheckLocalPath(path)->key; };
+    if (windows) {
+        EXPECT_EQ(key(L"c:/users/M/./a.TXT"), key(L"C:\\Users\\m\\\\A.txt"));
+    } else {
+        EXPECT_EQ(key(L"/home/m/./a//b"), L"/home/m/a/b");
+        EXPECT_NE(key(L"/home/M/a"), key(L"/home/m/a"));
+    }
+}
+
+// Test that the file methods reach files inside the roots and the files the host
+// handed out, and answer every other path as a missing file.
+TEST(HostilePage, FileMethodsSeeOnlyTheFileScope) {
+    ScopedTempDir dir;
+    std::filesystem::create_directories(dir.Path("root"));
+    const std::string inside = dir.WriteFile("root/in.txt", "12345");
+    const std::string outside = dir.WriteFile("out.txt", "123");
+    const std::string handed = dir.WriteFile("handed.txt", "1");
+    const std::string missing = dir.Utf8("root/missing.txt");
+    const std::string escaping = dir.Utf8("root") + "/../out.txt";
+    MoxPagePolicy roots;
+    roots.fileRoots = {dir.Utf8("root")};
+    ScopedPagePolicy policy(roots);
+    RecordingHost host;
+    ScopedActionInterface installed(&host);
+    const auto call = [](const char* method, const std::string& path) {
+        Json::Value params;
+        params["filePath"] = path;
+        params["filePathName"] = path;
+        return CallOf(method, params);
+    };
+    const auto found = [&] {
+        return host.CallsOf("RenderJsCallback").back().args["data"].asString();
+    };
+
+    EXPECT_EQ(call("getFileInfo", inside),
+              R"({"data":{"filePath":)" + Compact(inside) + R"(,"size":5}} true)");
+    for (const std::string& path : {outside, escaping, handed, missing, std::string("out.txt")}) {
+        SCOPED_TRACE(path);
+        EXPECT_EQ(call("getFileInfo", path), R"({"message":"get file info failed."} false)");
+        EXPECT_EQ(call("removeSavedFile", path), R"({"message":"file not exist."} false)");
+        call("checkFileExist", path);
+        EXPECT_EQ(ParseJson(found()), ParseJson(R"({"finded":false})"));
+    }
+    EXPECT_TRUE(std::filesystem::exists(dir.Path("out.txt")));
+
+    // The page names paths for the host's work only inside the scope as well.
+    Json::Value upload = ParseJson(R"({"url":"https://up.example/f","filePath":""})");
+    upload["filePath"] = handed;
+    Json::Value download = ParseJson(R"({"url":"https://dl.example/f","filePath":""})");
+    download["filePath"] = handed;
+    EXPECT_EQ(CallOf("uploadFile", upload), R"({"message":"Invalid param."} false)");
+    EXPECT_EQ(CallOf("downloadRemoteFile", download), R"({"message":"Invalid param."} false)");
+    EXPECT_EQ(host.CountOf("UploadFile") + host.CountOf("DownloadRemoteFile"), 0u);
+
+    // Once the host has handed the file to a page, pages may use it.
+    CallOf("selectFile", Json::objectValue);
+    Json::Value chosen;
+    chosen["data"]["path"] = handed;
+    EXPECT_EQ(host.CompleteAll(true, chosen), 1u);
+    EXPECT_EQ(call("getFileInfo", handed),
+              R"({"data":{"filePath":)" + Compact(handed) + R"(,"size":1}} true)");
+    EXPECT_EQ(CallOf("uploadFile", upload), R"({"AsynExec":true} true)");
+    EXPECT_EQ(call("removeSavedFile", handed), "{} true");
+    EXPECT_EQ(call("removeSavedFile", inside), "{} true");
+}
+
+// Test that URLs that are not http(s) and texts with CR, LF or NUL never reach the host's network
+// code.
+TEST(HostilePage, RequestsCarryNoForeignUrlsOrLineBreaks) {
+    const struct {
+        const char* module;
+        const char* method;
+        const char* params;
+    } kCalls[] = {
+        {"JSNetwork", "httpRequest", R"({"type":"get","url":"file:///etc/passwd"})"},
+        {"JSNetwork", "httpRequest", R"({"type":"get","url":"ftp://x.example/"})"},
+        {"JSNetwork", "httpRequest", R"({"type":"get","url":"https://x.example/\r\nHost: evil"})"},
+        {"JSNetwork", "httpRequest",
+         R"({"type":"get","url":"https://x.example/","cookie":"a=1\nb=2"})"},
+        {"JSNetwork", "httpRequest",
+         R"({"type":"post","url":"https://x.example/","headers":["A: 1","B: 2\r\nEvil: 3"]})"},
+        {"JSNetwork", "httpRequest",
+         R"({"type":"post","url":"https://x.example/","headers":["A\u0000: 1"]})"},
+        {"JSCallNative", "uploadFile", R"({"url":"smb://evil.example/x","filePath":""})"},
+        {"JSCallNative", "uploadFile", R"({"url":"https://x.example/","signName":"n\r\nX: y"})"},
+        {"JSCallNative", "downloadRemoteFile",
+         R"({"url":"https://x.example/f","filePath":"/tmp/f","cookie":"a\r\nb"})"},
+    };
+    ScopedPagePolicy policy;
+    RecordingHost host;
+    ScopedActionInterface installed(&host);
+    for (const auto& c : kCalls) {
+        EXPECT_EQ(CallOf(c.method, ParseJson(c.params), /*isWorker=*/true, c.module),
+                  R"({"message":"Invalid param."} false)")
+            << c.params;
+    }
+    EXPECT_EQ(host.Calls().size(), 0u);
+}
+
+// Test that a method the host's filter denies answers as an unknown one, in every
+// dispatch form, and that "canIUse" says it is unavailable.
+TEST(HostilePage, DeniedMethodsLookUnknown) {
+    std::vector<std::string> asked;
+    MoxPagePolicy filtered;
+    filtered.methodFilter = [&asked](const MoxCallingPage& page, std::string_view module,
+                                     std::string_view method) {
+        asked.push_back(std::string(page.mallcsid) + "/" + std::to_string(page.webindex) + "/" +
+                        std::string(page.workerid) + " " + std::string(module) + "." +
+                        std::string(method));
+        return method != "showToast" && method != "getClipboardData" && method != "getSystemInfo";
+    };
+    ScopedPagePolicy policy(filtered);
+    RecordingHost host;
+    ScopedActionInterface installed(&host);
+    for (const auto& [module, method] : {std::pair{"JSCallNative", "showToast"},
+                                         {"JSStorage", "getClipboardData"},
+                                         {"JSDevice", "getSystemInfo"}}) {
+        for (bool isWorker : {false, true}) {
+            host.Reset();
+            const std::string denied =
+                CallOf(method, ParseJson(R"({"content":"x"})"), isWorker, module);
+            const size_t deniedCalls = host.Calls().size();
+            host.Reset();
+            EXPECT_EQ(denied,
+                      CallOf("noSuchMethod", ParseJson(R"({"content":"x"})"), isWorker, module));
+            EXPECT_EQ(deniedCalls, host.Calls().size()) << module << "." << method;
+        }
+        Json::Value name;
+        name["name"] = std::string(module) + "." + method;
+        EXPECT_EQ(CallOf("canIUse", name, false, "JSCallBasic"), "null false");
+    }
+    asked.clear();
+    Json::Value name;
+    name["name"] = "JSCallNative.getFileInfo";
+    EXPECT_EQ(CallOf("canIUse", name, true, "JSCallBasic"), "null true");
+    EXPECT_EQ(asked, (std::vector<std::string>{"mall-1|cs-1/7/worker-9 JSCallBasic.canIUse",
+                                               "mall-1|cs-1/7/worker-9 JSCallNative.getFileInfo"}));
+}
+
+}  // namespace
+}  // namespace moxh5::test
