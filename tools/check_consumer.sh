@@ -54,7 +54,7 @@ case "${1:-}" in
         fail "$target is built in a subproject build"
       fi
     done
-    "$dir/bin/moxh5_consumer" 2>/dev/null || "$dir/moxh5_consumer"
+    "$dir/moxh5_consumer"
     ;;
   *)
     fail "usage: tools/check_consumer.sh installed PRESET | subproject"
