@@ -50,6 +50,8 @@ if(WIN32 AND NOT MSVC AND CMAKE_OBJCOPY)
     foreach(dll IN LISTS dlls)
         install(FILES $<TARGET_FILE:${dll}>.debug DESTINATION ${CMAKE_INSTALL_BINDIR})
     endforeach()
+elseif(MSVC)
+    install(FILES $<TARGET_PDB_FILE:moxh5> DESTINATION ${CMAKE_INSTALL_BINDIR} OPTIONAL)
 endif()
 
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/moxh5Config.cmake.in

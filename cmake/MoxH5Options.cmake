@@ -35,9 +35,10 @@ if(WIN32)
                                                        WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601)
 endif()
 
-# Moves a Windows DLL's DWARF debug information (most of its size) into
-# <dll>.debug beside it and links the two with .gnu_debuglink, so that the
-# DLL a host ships is stripped and a debugger still finds the symbols. Needs
+# Moves a Windows DLL's DWARF debug information and symbol table (most of its
+# size) into <dll>.debug beside it and links the two with .gnu_debuglink, so
+# that the DLL a host ships is stripped and a debugger still finds the
+# symbols. Exports and base relocations are kept: they are not symbols. Needs
 # the GNU toolchain's objcopy; a no-op elsewhere.
 function(moxh5_split_debug_info target)
     if(NOT WIN32 OR MSVC OR NOT CMAKE_OBJCOPY)
@@ -46,7 +47,7 @@ function(moxh5_split_debug_info target)
     set(dll $<TARGET_FILE:${target}>)
     add_custom_command(TARGET ${target} POST_BUILD
         COMMAND ${CMAKE_OBJCOPY} --only-keep-debug ${dll} ${dll}.debug
-        COMMAND ${CMAKE_OBJCOPY} --strip-debug ${dll}
+        COMMAND ${CMAKE_OBJCOPY} --strip-all ${dll}
         COMMAND ${CMAKE_OBJCOPY} --add-gnu-debuglink=${dll}.debug ${dll}
         WORKING_DIRECTORY $<TARGET_FILE_DIR:${target}>
         COMMENT "Splitting the debug information of ${target} into its .debug file"
