@@ -165,13 +165,19 @@ try_install_wine32() {
   return 1
 }
 
+# A failed attempt is retried after a day, so that set-up stays fast.
+WINE32_FAILED="$DEPS/.wine32-failed"
 if [ "${MOXH5_SKIP_WINE32:-0}" = 1 ]; then
   log "32-bit Wine: not tried (MOXH5_SKIP_WINE32=1)"
 elif wine32_installed; then
   log "32-bit Wine: installed"
+elif [ -n "$(find "$WINE32_FAILED" -mtime -1 2>/dev/null)" ]; then
+  log "32-bit Wine: not available (last attempt less than a day ago; remove $WINE32_FAILED to retry)"
 elif try_install_wine32; then
+  rm -f "$WINE32_FAILED"
   log "32-bit Wine: installed wine32:i386"
 else
+  mkdir -p "$DEPS" && touch "$WINE32_FAILED"
   log "warning: 32-bit Wine could not be installed; the i686 tests will be reported as skipped"
 fi
 
