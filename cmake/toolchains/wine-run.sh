@@ -140,10 +140,14 @@ server_running() {
 
 # A test run starts one persistent wineserver, so that no program meets a
 # server on its way out between two tests, and stops it at the end. A server
-# that was already running (another run on the same prefix) is left alone.
+# still running from an earlier program is given ten seconds to exit; one that
+# stays (another run on the same prefix) is used and left alone.
 server_marker="$WINEPREFIX.persistent-server"
 start_server() {
-  if server_running; then return 0; fi
+  if server_running; then
+    timeout 10 "$(wineserver_bin)" -w >/dev/null 2>&1 || true
+    if server_running; then return 0; fi
+  fi
   "$(wineserver_bin)" -p </dev/null >/dev/null 2>&1 || die "could not start wineserver -p"
   printf '%s\n' "$$" >"$server_marker"
 }
