@@ -23,33 +23,39 @@ install(TARGETS moxh5 EXPORT moxh5Targets
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(EXPORT moxh5Targets NAMESPACE moxh5:: DESTINATION ${MOXH5_INSTALL_CMAKEDIR})
 
-# The host-library target moxh5::moxh5 links: the stand-ins in their own
-# export set, or the host's own CMake file, copied as it was given.
+# The host-library target moxh5::moxh5 links: the host's own CMake file,
+# copied as it was given, or the stand-ins in their own export set. Without
+# MOXH5_INSTALL_HOST_LIBS the stand-ins are only installed on request
+# (cmake --install ... --component HostLibs), and a host defines
+# moxh5::hostlibs itself.
 set(MOXH5_HOSTLIBS_FILE "")
 if(MOXH5_HOST_LIBS_CMAKE)
     set(MOXH5_HOSTLIBS_FILE moxh5HostLibs.cmake)
     install(FILES ${MOXH5_HOST_LIBS_CMAKE} DESTINATION ${MOXH5_INSTALL_CMAKEDIR}
             RENAME ${MOXH5_HOSTLIBS_FILE})
-elseif(MOXH5_INSTALL_HOST_LIBS)
+else()
     set(MOXH5_HOSTLIBS_FILE moxh5HostLibsTargets.cmake)
-    install(TARGETS moxhostlibs EXPORT moxh5HostLibsTargets
+    set(optional)
+    if(NOT MOXH5_INSTALL_HOST_LIBS)
+        set(optional EXCLUDE_FROM_ALL)
+    endif()
+    install(TARGETS moxhostlibs EXPORT moxh5HostLibsTargets COMPONENT HostLibs ${optional}
             RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
             LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
             ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/host/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-            FILES_MATCHING PATTERN "*.h")
-    install(EXPORT moxh5HostLibsTargets NAMESPACE moxh5:: DESTINATION ${MOXH5_INSTALL_CMAKEDIR})
+            COMPONENT HostLibs ${optional} FILES_MATCHING PATTERN "*.h")
+    install(EXPORT moxh5HostLibsTargets NAMESPACE moxh5:: DESTINATION ${MOXH5_INSTALL_CMAKEDIR}
+            COMPONENT HostLibs ${optional})
+    if(WIN32 AND NOT MSVC AND CMAKE_OBJCOPY)
+        install(FILES $<TARGET_FILE:moxhostlibs>.debug DESTINATION ${CMAKE_INSTALL_BINDIR}
+                COMPONENT HostLibs ${optional})
+    endif()
 endif()
 
-# The debug information split off each Windows DLL (moxh5_split_debug_info).
+# The debug information split off the Windows DLL (moxh5_split_debug_info).
 if(WIN32 AND NOT MSVC AND CMAKE_OBJCOPY)
-    set(dlls moxh5)
-    if(MOXH5_HOSTLIBS_FILE STREQUAL "moxh5HostLibsTargets.cmake")
-        list(APPEND dlls moxhostlibs)
-    endif()
-    foreach(dll IN LISTS dlls)
-        install(FILES $<TARGET_FILE:${dll}>.debug DESTINATION ${CMAKE_INSTALL_BINDIR})
-    endforeach()
+    install(FILES $<TARGET_FILE:moxh5>.debug DESTINATION ${CMAKE_INSTALL_BINDIR})
 elseif(MSVC)
     install(FILES $<TARGET_PDB_FILE:moxh5> DESTINATION ${CMAKE_INSTALL_BINDIR} OPTIONAL)
 endif()
