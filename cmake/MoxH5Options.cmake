@@ -9,6 +9,12 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
     if(MOXH5_WARNINGS_AS_ERRORS)
         target_compile_options(moxh5_options INTERFACE -Werror)
     endif()
+elseif(MSVC)
+    # UTF-8 sources and literals, standard conformance, C++ exceptions only.
+    target_compile_options(moxh5_options INTERFACE /utf-8 /W4 /permissive- /EHsc)
+    if(MOXH5_WARNINGS_AS_ERRORS)
+        target_compile_options(moxh5_options INTERFACE /WX)
+    endif()
 endif()
 
 if(MOXH5_SANITIZERS)
@@ -28,3 +34,22 @@ if(WIN32)
     target_compile_definitions(moxh5_options INTERFACE UNICODE _UNICODE NOMINMAX
                                                        WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601)
 endif()
+
+# Moves a Windows DLL's DWARF debug information and symbol table (most of its
+# size) into <dll>.debug beside it and links the two with .gnu_debuglink, so
+# that the DLL a host ships is stripped and a debugger still finds the
+# symbols. Exports and base relocations are kept: they are not symbols. Needs
+# the GNU toolchain's objcopy; a no-op elsewhere.
+function(moxh5_split_debug_info target)
+    if(NOT WIN32 OR MSVC OR NOT CMAKE_OBJCOPY)
+        return()
+    endif()
+    set(dll $<TARGET_FILE:${target}>)
+    add_custom_command(TARGET ${target} POST_BUILD
+        COMMAND ${CMAKE_OBJCOPY} --only-keep-debug ${dll} ${dll}.debug
+        COMMAND ${CMAKE_OBJCOPY} --strip-all ${dll}
+        COMMAND ${CMAKE_OBJCOPY} --add-gnu-debuglink=${dll}.debug ${dll}
+        WORKING_DIRECTORY $<TARGET_FILE_DIR:${target}>
+        COMMENT "Splitting the debug information of ${target} into its .debug file"
+        VERBATIM)
+endfunction()

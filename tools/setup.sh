@@ -4,7 +4,9 @@
 #   2. installs the native and cross build tools and Wine from Debian packages;
 #   3. builds static jsoncpp, fmt and googletest for each mingw target from
 #      Debian's source packages into <repo>/.deps/<triple>;
-#   4. creates the Wine prefix used to run cross-built tests.
+#   4. tries to add 32-bit Wine (i386 multiarch and wine32:i386), which runs
+#      the i686 tests; where that fails they are reported as skipped;
+#   5. creates the Wine prefix used to run cross-built tests.
 # Safe to run again: installed packages, built dependencies (one stamp file per
 # package and version) and an existing Wine prefix are left alone, so a second
 # run takes well under a second.
@@ -13,6 +15,7 @@
 #   MOXH5_TRIPLES      mingw targets to build for
 #                      (default "x86_64-w64-mingw32 i686-w64-mingw32")
 #   MOXH5_SKIP_WINE=1  do not create the Wine prefix
+#   MOXH5_SKIP_WINE32=1  do not try to install 32-bit Wine
 #   WINEPREFIX         Wine prefix to create (default: see cmake/toolchains/wine-run.sh)
 set -euo pipefail
 shopt -s inherit_errexit
@@ -130,6 +133,52 @@ if [ ${#missing[@]} -gt 0 ]; then
   as_root apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 else
   log "packages: all installed"
+fi
+
+# ----------------------------------------------------------- 32-bit Wine --
+# Optional: without it the i686 tests are skipped, so a failure here (Debian's
+# i386 indexes can be mid-sync) is logged and set-up goes on. An i386
+# architecture added here is removed again when wine32 cannot be installed, so
+# that a broken i386 index does not fail later apt-get runs.
+wine32_installed() {
+  [ "$(dpkg-query -W -f='${Status}' wine32:i386 2>/dev/null || true)" = "install ok installed" ]
+}
+
+try_install_wine32() {
+  local added=0 wlog
+  wlog=$(mktemp)
+  if ! dpkg --print-foreign-architectures | grep -qx i386; then
+    as_root dpkg --add-architecture i386 || return 1
+    added=1
+  fi
+  if as_root apt-get update -qq >"$wlog" 2>&1 &&
+     as_root apt-get install -y -qq --no-install-recommends wine32:i386 >>"$wlog" 2>&1; then
+    rm -f "$wlog"
+    return 0
+  fi
+  sed 's/^/[setup]   /' "$wlog" | tail -n 8
+  rm -f "$wlog"
+  if [ "$added" = 1 ]; then
+    as_root dpkg --remove-architecture i386 || true
+    as_root apt-get update -qq >/dev/null 2>&1 || true
+  fi
+  return 1
+}
+
+# A failed attempt is retried after a day, so that set-up stays fast.
+WINE32_FAILED="$DEPS/.wine32-failed"
+if [ "${MOXH5_SKIP_WINE32:-0}" = 1 ]; then
+  log "32-bit Wine: not tried (MOXH5_SKIP_WINE32=1)"
+elif wine32_installed; then
+  log "32-bit Wine: installed"
+elif [ -n "$(find "$WINE32_FAILED" -mtime -1 2>/dev/null)" ]; then
+  log "32-bit Wine: not available (last attempt less than a day ago; remove $WINE32_FAILED to retry)"
+elif try_install_wine32; then
+  rm -f "$WINE32_FAILED"
+  log "32-bit Wine: installed wine32:i386"
+else
+  mkdir -p "$DEPS" && touch "$WINE32_FAILED"
+  log "warning: 32-bit Wine could not be installed; the i686 tests will be reported as skipped"
 fi
 
 # ------------------------------------------------------- dependency builds --

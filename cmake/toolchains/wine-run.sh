@@ -5,6 +5,16 @@
 #
 #   wine-run.sh PROGRAM.exe [ARGS...]
 #   wine-run.sh --init          create the Wine prefix if needed, then exit
+#   wine-run.sh --start-server  keep one wineserver alive for a test run
+#   wine-run.sh --stop-server   stop the wineserver --start-server started
+#
+# Exit codes of its own, each with a message on stderr:
+#   77   the program is 32-bit and 32-bit Wine (Debian: wine32:i386) is not
+#        installed; the test runner reports the test as skipped
+#   126  the installed Wine cannot run a program of the program's
+#        architecture (its 32-bit side is installed but does not work)
+#   127  Wine is missing, the prefix cannot be made, or PROGRAM is not a
+#        Windows program
 #
 # Environment:
 #   WINEPREFIX   Wine prefix to use; default $HOME/.wine-moxh5 (or, without a
@@ -18,15 +28,21 @@
 set -uo pipefail
 
 die() { printf 'wine-run.sh: %s\n' "$*" >&2; exit 127; }
+cannot_run() {
+  local code=$1
+  shift
+  printf 'wine-run.sh: NOT RUN: %s\n' "$*" >&2
+  exit "$code"
+}
 
-[ $# -ge 1 ] || die "usage: wine-run.sh PROGRAM.exe [ARGS...] | --init"
+[ $# -ge 1 ] || die "usage: wine-run.sh PROGRAM.exe [ARGS...] | --init | --start-server | --stop-server"
 
 # PE machine type of a file: prints 8664 (x86_64), 14c (i386) or nothing.
 pe_machine() {
   local off
   off=$(od -An -t u4 -j 60 -N 4 "$1" 2>/dev/null | tr -d ' ') || return 0
   [ -n "$off" ] || return 0
-  od -An -t x2 -j $((off + 4)) -N 2 "$1" 2>/dev/null | tr -d ' '
+  od -An -t x2 -j $((off + 4)) -N 2 "$1" 2>/dev/null | tr -d ' ' | sed 's/^0*//'
 }
 
 # Choose the loader: a 64-bit program prefers wine64, a 32-bit one needs the
@@ -34,9 +50,11 @@ pe_machine() {
 pick_wine() {
   if [ -n "${MOXH5_WINE:-}" ]; then printf '%s\n' "$MOXH5_WINE"; return; fi
   local machine=""
-  [ "$1" != "--init" ] && [ -f "$1" ] && machine=$(pe_machine "$1")
+  [ -f "$1" ] && machine=$(pe_machine "$1")
   if [ "$machine" != "14c" ] && command -v wine64 >/dev/null 2>&1; then
     command -v wine64
+  elif [ "$machine" != "14c" ] && [ -x /usr/lib/wine/wine64 ]; then
+    printf '%s\n' /usr/lib/wine/wine64
   elif command -v wine >/dev/null 2>&1; then
     command -v wine
   elif command -v wine64 >/dev/null 2>&1; then
@@ -102,11 +120,81 @@ wineserver_wait() {
   return 0
 }
 
+# The wineserver of this Wine installation, without the wrapper's -p0.
+wineserver_bin() {
+  local server
+  for server in "$(dirname "$WINE_BIN")/wineserver64" /usr/lib/wine/wineserver64 \
+                "$(dirname "$WINE_BIN")/wineserver"; do
+    [ -x "$server" ] && [ ! -d "$server" ] && { printf '%s\n' "$server"; return 0; }
+  done
+  command -v wineserver 2>/dev/null || die "wineserver not found"
+}
+
+# Whether a wineserver serves the prefix now: waiting for it returns at once
+# when there is none.
+server_running() {
+  local server
+  server=$(wineserver_bin)
+  ! timeout 1 "$server" -w >/dev/null 2>&1
+}
+
+# A test run starts one persistent wineserver, so that no program meets a
+# server on its way out between two tests, and stops it at the end. A server
+# still running from an earlier program is given ten seconds to exit; one that
+# stays (another run on the same prefix) is used and left alone.
+server_marker="$WINEPREFIX.persistent-server"
+start_server() {
+  if server_running; then
+    timeout 10 "$(wineserver_bin)" -w >/dev/null 2>&1 || true
+    if server_running; then return 0; fi
+  fi
+  "$(wineserver_bin)" -p </dev/null >/dev/null 2>&1 || die "could not start wineserver -p"
+  printf '%s\n' "$$" >"$server_marker"
+}
+stop_server() {
+  [ -e "$server_marker" ] || return 0
+  rm -f "$server_marker"
+  "$(wineserver_bin)" -k >/dev/null 2>&1 || true
+}
+
+# A 32-bit program needs Wine's 32-bit loader, and a prefix that has run a
+# 32-bit program: its own 32-bit cmd.exe answering with a chosen exit code
+# proves both. Without the loader Wine would report success without running
+# anything. The proof is kept per prefix until the loader changes.
+require_32bit_wine() {
+  local loader=/usr/lib/wine/wine proof="$WINEPREFIX/.moxh5-wine32-ok" stamp status
+  if [ -z "${MOXH5_WINE:-}" ] && [ ! -x "$loader" ]; then
+    cannot_run 77 "$1 is a 32-bit program and 32-bit Wine is not installed (Debian: wine32:i386; tools/setup.sh tries to install it)"
+  fi
+  stamp=$(stat -c %Y "$loader" 2>/dev/null || echo custom)
+  [ "$(cat "$proof" 2>/dev/null)" = "$stamp" ] && return 0
+  "$WINE_BIN" 'C:\windows\syswow64\cmd.exe' /c exit 7 </dev/null >/dev/null 2>&1
+  status=$?
+  if [ "$status" != 7 ]; then
+    # A prefix made before 32-bit Wine was installed lacks its 32-bit side.
+    "$WINE_BIN" wineboot.exe -u </dev/null >/dev/null 2>&1
+    "$WINE_BIN" 'C:\windows\syswow64\cmd.exe' /c exit 7 </dev/null >/dev/null 2>&1
+    status=$?
+  fi
+  [ "$status" = 7 ] ||
+    cannot_run 126 "$1 is a 32-bit program and $WINE_BIN cannot run 32-bit programs in $WINEPREFIX (probe exit status $status)"
+  printf '%s\n' "$stamp" >"$proof"
+}
+
 [ -e "$ready" ] || init_prefix
 
-if [ "$1" = "--init" ]; then
-  exit 0
-fi
+case "$1" in
+  --init) exit 0 ;;
+  --start-server) start_server; exit 0 ;;
+  --stop-server) stop_server; exit 0 ;;
+esac
+
+[ -f "$1" ] || die "no such program: $1"
+case "$(pe_machine "$1")" in
+  8664) ;;
+  14c) require_32bit_wine "$1" ;;
+  *) die "$1 is not an x86 or x86_64 Windows program" ;;
+esac
 
 # Wine's background processes (wineserver, services.exe, winedevice.exe, ...)
 # are started by the first Wine program of a session and inherit its stdout and

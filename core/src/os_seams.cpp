@@ -1,5 +1,7 @@
 #include "moxh5/os_seams.h"
 
+#include "moxh5/platform.h"
+
 void MoxH5SetShellOpenHook(moxh5::platform::ShellOpenHook hook) {
     moxh5::platform::SetShellOpenHook(hook);
 }

@@ -12,7 +12,7 @@
 #pragma once
 
 #include "moxh5/export.h"
-#include "moxh5/platform.h"
+#include "moxh5/platform_hooks.h"
 
 MOXH5_API void MoxH5SetShellOpenHook(moxh5::platform::ShellOpenHook hook);
 MOXH5_API void MoxH5SetRemoveFileHook(moxh5::platform::RemoveFileHook hook);

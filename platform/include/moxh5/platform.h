@@ -18,6 +18,8 @@
 #include <string_view>
 #include <system_error>
 
+#include "moxh5/platform_hooks.h"
+
 namespace moxh5::platform {
 
 std::wstring Utf8ToWide(std::string_view utf8);
@@ -135,7 +137,6 @@ uintptr_t ShellOpen(const std::wstring& target);
 // Replaces ShellOpen for the whole process, so that tests can observe it
 // without starting anything; null restores the real shell. Not thread-safe:
 // set it before the calls it should observe.
-using ShellOpenHook = uintptr_t (*)(const std::wstring& target);
 void SetShellOpenHook(ShellOpenHook hook);
 
 // --- files ---------------------------------------------------------------
@@ -157,7 +158,6 @@ int RemoveFile(const std::wstring& path);
 // delete anything (the fuzzer) or tests that observe removals can take it
 // over; null restores the real removal. Not thread-safe: set it before the
 // calls it should observe.
-using RemoveFileHook = int (*)(const std::wstring& path);
 void SetRemoveFileHook(RemoveFileHook hook);
 
 // The size in bytes of the regular file at `path` (links followed); nullopt
@@ -192,11 +192,7 @@ PathRules LocalPathRules();
 
 // --- window messages -----------------------------------------------------
 
-enum class PostResult : uint8_t {
-    kPosted,          // the message is in the window's queue
-    kRefused,         // no such window, or its queue is full
-    kNoWindowSystem,  // the platform has no windows to post to (POSIX)
-};
+// PostResult is declared in moxh5/platform_hooks.h.
 
 // Posts `message` with its two parameters to the window `window` (an HWND)
 // without waiting for it (PostMessageW). A zero window is refused: PostMessageW
@@ -208,8 +204,6 @@ PostResult PostWindowMessage(uintptr_t window, uint32_t message, uintptr_t wPara
 // posts (and take the parameters' ownership) where no window exists; null
 // restores the real post. Not thread-safe: set it before the calls it should
 // observe.
-using PostWindowMessageHook = PostResult (*)(uintptr_t window, uint32_t message, uintptr_t wParam,
-                                             intptr_t lParam);
 void SetPostWindowMessageHook(PostWindowMessageHook hook);
 
 }  // namespace moxh5::platform

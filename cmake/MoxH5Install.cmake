@@ -1,0 +1,70 @@
+# Install rules and the CMake package: after `cmake --install`, a host finds
+# the library with find_package(moxh5) and links moxh5::moxh5.
+#
+#   include/moxh5/       the public headers (standalone) and version.h
+#   include/             the stand-ins' headers, when installed
+#   lib/ (bin/ on Windows)  the library, import libraries, the stand-ins;
+#                        on Windows each DLL's debug information beside it
+#   lib/cmake/moxh5/     moxh5Config.cmake, its version file and the targets
+
+include(CMakePackageConfigHelpers)
+
+set(MOXH5_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/moxh5)
+
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/core/include/moxh5
+                  ${PROJECT_SOURCE_DIR}/platform/public/moxh5
+                  ${PROJECT_BINARY_DIR}/generated/moxh5
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+        FILES_MATCHING PATTERN "*.h")
+
+install(TARGETS moxh5 EXPORT moxh5Targets
+        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(EXPORT moxh5Targets NAMESPACE moxh5:: DESTINATION ${MOXH5_INSTALL_CMAKEDIR})
+
+# The host-library target moxh5::moxh5 links: the host's own CMake file,
+# copied as it was given, or the stand-ins in their own export set. Without
+# MOXH5_INSTALL_HOST_LIBS the stand-ins are only installed on request
+# (cmake --install ... --component HostLibs), and a host defines
+# moxh5::hostlibs itself.
+set(MOXH5_HOSTLIBS_FILE "")
+if(MOXH5_HOST_LIBS_CMAKE)
+    set(MOXH5_HOSTLIBS_FILE moxh5HostLibs.cmake)
+    install(FILES ${MOXH5_HOST_LIBS_CMAKE} DESTINATION ${MOXH5_INSTALL_CMAKEDIR}
+            RENAME ${MOXH5_HOSTLIBS_FILE})
+else()
+    set(MOXH5_HOSTLIBS_FILE moxh5HostLibsTargets.cmake)
+    set(optional)
+    if(NOT MOXH5_INSTALL_HOST_LIBS)
+        set(optional EXCLUDE_FROM_ALL)
+    endif()
+    install(TARGETS moxhostlibs EXPORT moxh5HostLibsTargets COMPONENT HostLibs ${optional}
+            RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+            LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+            ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/host/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+            COMPONENT HostLibs ${optional} FILES_MATCHING PATTERN "*.h")
+    install(EXPORT moxh5HostLibsTargets NAMESPACE moxh5:: DESTINATION ${MOXH5_INSTALL_CMAKEDIR}
+            COMPONENT HostLibs ${optional})
+    if(WIN32 AND NOT MSVC AND CMAKE_OBJCOPY)
+        install(FILES $<TARGET_FILE:moxhostlibs>.debug DESTINATION ${CMAKE_INSTALL_BINDIR}
+                COMPONENT HostLibs ${optional})
+    endif()
+endif()
+
+# The debug information split off the Windows DLL (moxh5_split_debug_info).
+if(WIN32 AND NOT MSVC AND CMAKE_OBJCOPY)
+    install(FILES $<TARGET_FILE:moxh5>.debug DESTINATION ${CMAKE_INSTALL_BINDIR})
+elseif(MSVC)
+    install(FILES $<TARGET_PDB_FILE:moxh5> DESTINATION ${CMAKE_INSTALL_BINDIR} OPTIONAL)
+endif()
+
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/moxh5Config.cmake.in
+                              ${PROJECT_BINARY_DIR}/moxh5Config.cmake
+                              INSTALL_DESTINATION ${MOXH5_INSTALL_CMAKEDIR})
+# Hosts built against 3.x keep working with any later 3.x.
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/moxh5ConfigVersion.cmake
+                                 COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/moxh5Config.cmake ${PROJECT_BINARY_DIR}/moxh5ConfigVersion.cmake
+        DESTINATION ${MOXH5_INSTALL_CMAKEDIR})
