@@ -32,11 +32,6 @@ struct moxh5_token {
 
 namespace moxh5::detail {
 
-// JSON text without indentation, non-ASCII characters kept as UTF-8.
-std::string CompactJson(const Json::Value& value);
-// Parses a whole JSON text; false when it is not one.
-bool ParseJson(const char* text, Json::Value& value);
-
 // The live tokens: a token is live from the moment the host is handed it until
 // it is completed or dropped, so that a second completion is refused instead
 // of touching freed memory.

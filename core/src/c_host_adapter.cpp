@@ -1,13 +1,10 @@
 #include "core/detail/c_host_adapter.h"
 
-#include <json/reader.h>
-#include <json/writer.h>
-
 #include <mutex>
-#include <sstream>
 #include <unordered_set>
 #include <utility>
 
+#include "core/detail/json_text.h"
 #include "moxh5/platform.h"
 
 namespace moxh5::detail {
@@ -55,31 +52,6 @@ std::unique_ptr<moxh5_token> PageToken(const MoxPageIdentity& page, MoxPageCallb
     return token;
 }
 
-// The JSON texts of the C interface are written and read on the calling
-// thread with a writer and a reader kept per thread: building them is most of
-// the cost of a small text.
-struct ThreadJson {
-    std::unique_ptr<Json::StreamWriter> writer;
-    std::unique_ptr<Json::CharReader> reader;
-    std::ostringstream out;
-
-    ThreadJson() {
-        Json::StreamWriterBuilder writerBuilder;
-        writerBuilder["indentation"] = "";
-        writerBuilder["emitUTF8"] = true;
-        writer.reset(writerBuilder.newStreamWriter());
-        Json::CharReaderBuilder readerBuilder;
-        readerBuilder["collectComments"] = false;
-        readerBuilder["failIfExtra"] = true;
-        reader.reset(readerBuilder.newCharReader());
-    }
-};
-
-ThreadJson& ThisThreadJson() {
-    thread_local ThreadJson json;
-    return json;
-}
-
 std::mutex g_tokenMutex;
 std::unordered_set<moxh5_token*>& LiveTokens() {
     static std::unordered_set<moxh5_token*> tokens;
@@ -87,21 +59,6 @@ std::unordered_set<moxh5_token*>& LiveTokens() {
 }
 
 }  // namespace
-
-std::string CompactJson(const Json::Value& value) {
-    ThreadJson& json = ThisThreadJson();
-    json.out.str(std::string());
-    json.out.clear();
-    json.writer->write(value, &json.out);
-    return json.out.str();
-}
-
-bool ParseJson(const char* text, Json::Value& value) {
-    if (!text) return false;
-    const char* end = text;
-    while (*end) ++end;
-    return ThisThreadJson().reader->parse(text, end, &value, nullptr);
-}
 
 moxh5_token* AdmitToken(std::unique_ptr<moxh5_token> token) {
     std::lock_guard<std::mutex> lock(g_tokenMutex);

@@ -9,6 +9,7 @@
 
 #include "core/detail/c_host_adapter.h"
 #include "core/detail/diagnostics.h"
+#include "core/detail/json_text.h"
 #include "moxh5/module_manager.h"
 #include "moxh5/moxh5_c.h"
 
