@@ -126,7 +126,7 @@ TEST_F(CInterface, OperationsGetTheirArgumentsAsJsonAndPagesTheirEnvelopes) {
     EXPECT_EQ(answer, "{}");
     ASSERT_EQ(recorded.ops, std::vector<std::string>{"ShowToast"});
     EXPECT_EQ(recorded.args[0],
-              "{\"durationMs\":900,\"kind\":2,\"length\":2,\"text\":\"\xC3\xA9\"}");
+              "{\"kind\":2,\"text\":\"\xC3\xA9\",\"length\":2,\"durationMs\":900}");
     ASSERT_EQ(recorded.pages.size(), 1u);
     EXPECT_NE(recorded.pages[0].find("render t-1 {"), std::string::npos);
     ASSERT_EQ(recorded.reports.size(), 1u);

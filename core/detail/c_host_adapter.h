@@ -32,6 +32,11 @@ struct moxh5_token {
 
 namespace moxh5::detail {
 
+// An operation's arguments: a JSON object's text.
+struct ArgsText {
+    std::string text;
+};
+
 // The live tokens: a token is live from the moment the host is handed it until
 // it is completed or dropped, so that a second completion is refused instead
 // of touching freed memory.
@@ -153,12 +158,12 @@ public:
 
 private:
     // Asks the host; what it replied.
-    moxh5_reply_slot Ask(const char* op, const Json::Value& args, moxh5_token* token = nullptr);
+    moxh5_reply_slot Ask(const char* op, const ArgsText& args, moxh5_token* token = nullptr);
     // An operation that returns whether the host accepted.
-    bool Accepted(const char* op, const Json::Value& args);
+    bool Accepted(const char* op, const ArgsText& args);
     // The same for work that finishes later: the token goes with the call and
     // stays with the host only when it accepts.
-    bool AcceptedLater(const char* op, const Json::Value& args, std::unique_ptr<moxh5_token> token);
+    bool AcceptedLater(const char* op, const ArgsText& args, std::unique_ptr<moxh5_token> token);
     std::string UserValue(const char* name, const std::string& mallcsid);
     void AnswerPage(int isWorker, const std::string& mallcsid, int webindex,
                     const std::string& callbackId, const std::string& data);

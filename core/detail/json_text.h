@@ -26,7 +26,17 @@ namespace moxh5::detail {
 // not one JSON value.
 bool ParseJson(std::string_view text, Json::Value& value);
 
+// Parses `text`, which must be one JSON object, member by member: calls
+// visit(context, key, value) for each in order (the value may be moved from)
+// and stops with false when a member does not read or visit answers false.
+// Faster than ParseJson when the members are wanted one by one.
+using JsonMemberVisitor = bool (*)(void* context, const std::string& key, Json::Value& value);
+bool ParseJsonMembers(std::string_view text, JsonMemberVisitor visit, void* context);
+
 // `value` as compact JSON text.
 std::string CompactJson(const Json::Value& value);
+// The same, appended to `out`; and a string as a JSON string.
+void AppendJson(const Json::Value& value, std::string& out);
+void AppendJsonString(std::string_view text, std::string& out);
 
 }  // namespace moxh5::detail

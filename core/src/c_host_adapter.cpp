@@ -1,6 +1,8 @@
 #include "core/detail/c_host_adapter.h"
 
+#include <charconv>
 #include <mutex>
+#include <type_traits>
 #include <unordered_set>
 #include <utility>
 
@@ -10,18 +12,41 @@
 namespace moxh5::detail {
 namespace {
 
-// An argument object from name/value pairs.
-inline void AddArgs(Json::Value&) {}
-template <typename Value, typename... Rest>
-void AddArgs(Json::Value& out, const char* name, Value&& value, Rest&&... rest) {
-    out[name] = Json::Value(std::forward<Value>(value));
-    AddArgs(out, std::forward<Rest>(rest)...);
+// An operation's arguments are written as JSON text straight from the C++
+// values, without building a JSON value first: this is most of the cost of an
+// operation call.
+void Put(std::string& out, bool value) { out += value ? "true" : "false"; }
+template <typename Integer,
+          std::enable_if_t<std::is_integral_v<Integer> && !std::is_same_v<Integer, bool>, int> = 0>
+void Put(std::string& out, Integer value) {
+    char digits[24];
+    out.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
 }
+void Put(std::string& out, const std::string& value) { AppendJsonString(value, out); }
+void Put(std::string& out, const Json::Value& value) { AppendJson(value, out); }
+void Put(std::string& out, const ArgsText& value) { out += value.text; }
+// A C string would pass as bool: Text() says what a null pointer means.
+void Put(std::string& out, const char* value) = delete;
+
+inline void AddArgs(std::string&) {}
+template <typename Value, typename... Rest>
+void AddArgs(std::string& out, const char* name, const Value& value, const Rest&... rest) {
+    if (out.size() > 1) out += ',';
+    AppendJsonString(name, out);
+    out += ':';
+    Put(out, value);
+    AddArgs(out, rest...);
+}
+
+// An argument object from name/value pairs.
 template <typename... Pairs>
-Json::Value Args(Pairs&&... pairs) {
-    Json::Value out(Json::objectValue);
-    AddArgs(out, std::forward<Pairs>(pairs)...);
-    return out;
+ArgsText Args(const Pairs&... pairs) {
+    ArgsText args;
+    args.text.reserve(256);
+    args.text = "{";
+    AddArgs(args.text, pairs...);
+    args.text += '}';
+    return args;
 }
 
 // A C string as JSON (null for a null pointer).
@@ -33,13 +58,13 @@ Json::Value Strings(const std::vector<std::string>& items) {
     return list;
 }
 
-Json::Value DescribePage(const MoxPageIdentity& page) {
+ArgsText DescribePage(const MoxPageIdentity& page) {
     return Args("isWorker", page.isWorker, "webindex", page.webindex, "mallcsid", page.mallcsid,
                 "callbackid", page.callbackid, "workerid", page.workerid);
 }
 
-Json::Value DescribeRequest(const mox_h5_module_data* request) {
-    if (!request) return Json::Value();
+ArgsText DescribeRequest(const mox_h5_module_data* request) {
+    if (!request) return ArgsText{"null"};
     return Args("mallcsid", request->mallcsid, "payload", request->payload, "isWorker",
                 request->isWorker, "webindex", request->webindex, "callbackid", request->callbackid,
                 "workerid", Text(request->workerid));
@@ -88,21 +113,20 @@ bool CHostAdapter::Switch(const std::string& key, const std::string& mallcsid,
     return m_table.config_switch(m_table.user, key.c_str(), mallcsid.c_str(), text.c_str()) != 0;
 }
 
-moxh5_reply_slot CHostAdapter::Ask(const char* op, const Json::Value& args, moxh5_token* token) {
+moxh5_reply_slot CHostAdapter::Ask(const char* op, const ArgsText& args, moxh5_token* token) {
     moxh5_reply_slot reply;
     if (m_table.operation) {
-        const std::string text = CompactJson(args);
-        m_table.operation(m_table.user, op, text.c_str(), token, &reply);
+        m_table.operation(m_table.user, op, args.text.c_str(), token, &reply);
     }
     return reply;
 }
 
-bool CHostAdapter::Accepted(const char* op, const Json::Value& args) {
+bool CHostAdapter::Accepted(const char* op, const ArgsText& args) {
     const Json::Value reply = Ask(op, args).value;
     return reply.isBool() && reply.asBool();
 }
 
-bool CHostAdapter::AcceptedLater(const char* op, const Json::Value& args,
+bool CHostAdapter::AcceptedLater(const char* op, const ArgsText& args,
                                  std::unique_ptr<moxh5_token> token) {
     moxh5_token* handed = AdmitToken(std::move(token));
     const Json::Value reply = Ask(op, args, handed).value;
@@ -218,9 +242,7 @@ bool CHostAdapter::BusinessReport(const mox_h5_module_data* request) {
     return Accepted("BusinessReport", Args("request", DescribeRequest(request)));
 }
 
-bool CHostAdapter::SendVideoShow() {
-    return Accepted("SendVideoShow", Json::Value(Json::objectValue));
-}
+bool CHostAdapter::SendVideoShow() { return Accepted("SendVideoShow", Args()); }
 
 bool CHostAdapter::SendAddressMsg(const mox_h5_module_data* request, const Json::Value& params) {
     return Accepted("SendAddressMsg", Args("request", DescribeRequest(request), "params", params));
@@ -432,13 +454,13 @@ void CHostAdapter::ShowEasyWnd(bool isWorker, const mox_h5_module_data* request,
                                const std::string& callbackid, MoxPageCallbackFn done,
                                const EasyWndParam& param) {
     if (!request) return;
-    const Json::Value p =
+    const ArgsText p =
         Args("title", param.title, "content", param.content, "scene", param.scene, "frequency",
              Args("interval", param.frequency.interval, "dimensions", param.frequency.dimensions),
              "left", Args("text", param.left.text, "action", param.left.action), "right",
              Args("text", param.right.text, "action", param.right.action));
-    const Json::Value args = Args("isWorker", isWorker, "request", DescribeRequest(request),
-                                  "webindex", webindex, "callbackid", callbackid, "param", p);
+    const ArgsText args = Args("isWorker", isWorker, "request", DescribeRequest(request),
+                               "webindex", webindex, "callbackid", callbackid, "param", p);
     // The window always answers later: the token stays with the host, unless
     // there is no host to take it.
     moxh5_token* handed = AdmitToken(PageToken(PageIdentityOf(*request), done));
@@ -453,7 +475,7 @@ void CHostAdapter::UpdateShielding(const mox_h5_module_data* request, const std:
 }
 
 std::string CHostAdapter::GetClientLinkPrefix() {
-    const Json::Value reply = Ask("GetClientLinkPrefix", Json::Value(Json::objectValue)).value;
+    const Json::Value reply = Ask("GetClientLinkPrefix", Args()).value;
     return reply.isString() ? reply.asString() : std::string();
 }
 
@@ -487,14 +509,12 @@ void CLogSinkAdapter::Write(const MoxLogRecord& record) {
 }
 
 void CReportSinkAdapter::Send(const WorkbenchReportRecord& report) {
-    Json::Value value = Args("id", Json::Int64(report.id), "tags", Json::Value(Json::objectValue),
-                             "counters", Json::Value(Json::objectValue));
-    for (const auto& [key, tag] : report.tags) value["tags"][key] = tag;
-    for (const auto& [key, counter] : report.counters) {
-        value["counters"][key] = Json::Int64(counter);
-    }
-    const std::string text = CompactJson(value);
-    m_table.report(m_table.user, text.c_str());
+    Json::Value tags(Json::objectValue);
+    Json::Value counters(Json::objectValue);
+    for (const auto& [key, tag] : report.tags) tags[key] = tag;
+    for (const auto& [key, counter] : report.counters) counters[key] = Json::Int64(counter);
+    const ArgsText text = Args("id", report.id, "tags", tags, "counters", counters);
+    m_table.report(m_table.user, text.text.c_str());
 }
 
 }  // namespace moxh5::detail

@@ -31,6 +31,7 @@ namespace {
 
 using moxh5::detail::CompactJson;
 using moxh5::detail::ParseJson;
+using moxh5::detail::ParseJsonMembers;
 
 // The one host of the process (set and cleared by create and destroy only).
 moxh5_host* g_host = nullptr;
@@ -64,47 +65,43 @@ char* HandOut(const std::string& text) {
     return copy;
 }
 
-// One call's record, read from the request text. It owns the worker id that
-// the record points at.
+// One call's record, read from a request or page text. It owns the worker id
+// that the record points at.
 struct ReadCall {
     mox_h5_module_data data;
     std::string workerid;
+    bool hasWorkerid = false;
 };
 
-bool TakeString(const Json::Value& from, const char* name, std::string& into) {
-    const Json::Value& value = from[name];
+// Reads a member of the request; absent or null members keep their defaults,
+// members of other names are ignored.
+bool ReadMember(void* context, const std::string& key, Json::Value& value) {
+    ReadCall& call = *static_cast<ReadCall*>(context);
+    mox_h5_module_data& data = call.data;
+    if (key == "payload") {
+        data.payload.swap(value);
+        return true;
+    }
     if (value.isNull()) return true;
-    if (!value.isString()) return false;
-    into = value.asString();
-    return true;
-}
-
-// The page identity members of a request or page text; false when one has
-// the wrong type.
-bool ReadIdentity(const Json::Value& in, ReadCall& call) {
-    if (!in.isObject()) return false;
-    const Json::Value& isWorker = in["isWorker"];
-    const Json::Value& webindex = in["webindex"];
-    const Json::Value& workerid = in["workerid"];
-    if (!(isWorker.isNull() || isWorker.isBool()) || !(webindex.isNull() || webindex.isInt()) ||
-        !(workerid.isNull() || workerid.isString())) {
-        return false;
+    if (key == "mallcsid" || key == "callbackid" || key == "workerid") {
+        if (!value.isString()) return false;
+        if (key == "workerid") call.hasWorkerid = true;
+        (key == "mallcsid"     ? data.mallcsid
+         : key == "callbackid" ? data.callbackid
+                               : call.workerid) = value.asString();
+    } else if (key == "isWorker") {
+        if (!value.isBool()) return false;
+        data.isWorker = value.asBool();
+    } else if (key == "webindex") {
+        if (!value.isInt()) return false;
+        data.webindex = value.asInt();
     }
-    if (!TakeString(in, "mallcsid", call.data.mallcsid) ||
-        !TakeString(in, "callbackid", call.data.callbackid)) {
-        return false;
-    }
-    call.data.isWorker = isWorker.asBool();
-    call.data.webindex = webindex.asInt();
-    call.workerid = workerid.isString() ? workerid.asString() : std::string();
-    call.data.workerid = workerid.isString() ? call.workerid.c_str() : nullptr;
     return true;
 }
 
 bool ReadRequest(const char* text, ReadCall& call) {
-    Json::Value in;
-    if (!ParseJson(text, in) || !ReadIdentity(in, call)) return false;
-    call.data.payload = std::move(in["payload"]);
+    if (!ParseJsonMembers(text, &ReadMember, &call)) return false;
+    call.data.workerid = call.hasWorkerid ? call.workerid.c_str() : nullptr;
     call.data.configCallback = MoxModuleManager::GetInstance()->GetConfigCallback();
     return true;
 }
@@ -210,10 +207,8 @@ int MOXH5_CALL moxh5_answer_page(moxh5_host* host, const char* page_json, int su
         if (!page_json) return MOXH5_ERROR_ARGUMENT;
         if (!IsCurrent(host)) return MOXH5_ERROR_STATE;
         ReadCall page;
-        Json::Value pageValue;
         Json::Value answer;
-        if (!ParseJson(page_json, pageValue) || !ReadIdentity(pageValue, page) ||
-            (answer_json && !ParseJson(answer_json, answer))) {
+        if (!ReadRequest(page_json, page) || (answer_json && !ParseJson(answer_json, answer))) {
             return MOXH5_ERROR_JSON;
         }
         const mox_h5_module_data& d = page.data;

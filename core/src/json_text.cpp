@@ -21,6 +21,29 @@ public:
         return m_at == m_end;
     }
 
+    bool Members(JsonMemberVisitor visit, void* context) {
+        SkipSpace();
+        if (!Take('{')) return false;
+        SkipSpace();
+        if (!Take('}')) {
+            std::string key;
+            Json::Value value;
+            for (;;) {
+                SkipSpace();
+                if (m_at == m_end || *m_at != '"' || !String(key)) return false;
+                SkipSpace();
+                if (!Take(':')) return false;
+                SkipSpace();
+                if (!Value(value, 1) || !visit(context, key, value)) return false;
+                SkipSpace();
+                if (Take('}')) break;
+                if (!Take(',')) return false;
+            }
+        }
+        SkipSpace();
+        return m_at == m_end;
+    }
+
 private:
     void SkipSpace() {
         while (m_at < m_end && (*m_at == ' ' || *m_at == '\t' || *m_at == '\n' || *m_at == '\r')) {
@@ -341,6 +364,16 @@ void Write(const Json::Value& value, std::string& out) {
 }  // namespace
 
 bool ParseJson(std::string_view text, Json::Value& value) { return Reader(text).Document(value); }
+
+bool ParseJsonMembers(std::string_view text, JsonMemberVisitor visit, void* context) {
+    return Reader(text).Members(visit, context);
+}
+
+void AppendJson(const Json::Value& value, std::string& out) { Write(value, out); }
+
+void AppendJsonString(std::string_view text, std::string& out) {
+    WriteString(text.data(), text.data() + text.size(), out);
+}
 
 std::string CompactJson(const Json::Value& value) {
     std::string out;
