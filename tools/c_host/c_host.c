@@ -30,6 +30,13 @@ typedef struct {
 
 /* ------------------------------------------------------------ scanning -- */
 
+static span nothing(void) {
+    span s;
+    s.at = "";
+    s.length = 0;
+    return s;
+}
+
 static const char* skip_space(const char* p) {
     while (*p == ' ' || *p == '\t' || *p == '\r' || *p == '\n') ++p;
     return p;
@@ -111,8 +118,7 @@ static void match_member(void* context, span key, span value) {
 static span member(span object, const char* name) {
     member_search search;
     search.name = name;
-    search.found.at = "";
-    search.found.length = 0;
+    search.found = nothing();
     each_member(object, match_member, &search);
     return search.found;
 }
@@ -155,14 +161,25 @@ static span setting(const host_state* state, const char* name) {
         span value = member(whole(state->settings[i]), name);
         if (value.length) return value;
     }
-    return member(whole("{}"), name);
+    return nothing();
+}
+
+/* The latest value of `key` in the object setting `name` ("switches",
+ * "results"): later host lines add to earlier ones. */
+static span keyed_setting(const host_state* state, const char* name, const char* key) {
+    int i;
+    for (i = state->settings_count - 1; i >= 0; --i) {
+        span value = member(member(whole(state->settings[i]), name), key);
+        if (value.length) return value;
+    }
+    return nothing();
 }
 
 /* A value by session: a string for every session, or an object by mallcsid. */
 static span session_value(span value, const char* mallcsid) {
     char key[512];
     if (value.length && *value.at == '{') {
-        if (strlen(mallcsid) >= sizeof key) return member(whole("{}"), "");
+        if (strlen(mallcsid) >= sizeof key) return nothing();
         strcpy(key, mallcsid);
         return member(value, key);
     }
@@ -178,7 +195,7 @@ static void reply_span(moxh5_reply_slot* reply, span value) {
 static void MOXH5_CALL on_operation(void* user, const char* operation, const char* args_json,
                                     moxh5_token* token, moxh5_reply_slot* reply) {
     host_state* state = (host_state*)user;
-    span result = member(setting(state, "results"), operation);
+    span result = keyed_setting(state, "results", operation);
     int accepted = !is(result, "false");
     (void)args_json;
     if (!strcmp(operation, "GetClientLinkPrefix")) {
@@ -212,7 +229,7 @@ static int MOXH5_CALL on_switch(void* user, const char* key, const char* mallcsi
                                 const char* default_json) {
     (void)mallcsid;
     (void)default_json;
-    return is(member(setting((host_state*)user, "switches"), key), "true");
+    return is(keyed_setting((host_state*)user, "switches", key), "true");
 }
 
 /* A JSON string of plain text. */
