@@ -217,10 +217,10 @@ static void MOXH5_CALL on_operation(void* user, const char* operation, const cha
 static void MOXH5_CALL on_user_value(void* user, const char* name, const char* mallcsid,
                                      moxh5_reply_slot* reply) {
     host_state* state = (host_state*)user;
-    const char* setting_name = !strcmp(name, "GetMallId")            ? "mallId"
-                               : !strcmp(name, "GetCsId")            ? "csId"
-                               : !strcmp(name, "GetCurrentUid")      ? "currentUid"
-                                                                     : "currentMallCsId";
+    const char* setting_name = !strcmp(name, "GetMallId")       ? "mallId"
+                               : !strcmp(name, "GetCsId")       ? "csId"
+                               : !strcmp(name, "GetCurrentUid") ? "currentUid"
+                                                                : "currentMallCsId";
     span value = session_value(setting(state, setting_name), mallcsid);
     if (value.length) reply_span(reply, value);
 }
@@ -256,9 +256,8 @@ static void print_flat(const char* json) {
     }
 }
 
-static void MOXH5_CALL on_page_answer(void* user, int is_worker, const char* mallcsid,
-                                      int webindex, const char* callback_id,
-                                      const char* data_json) {
+static void MOXH5_CALL on_page_answer(void* user, int is_worker, const char* mallcsid, int webindex,
+                                      const char* callback_id, const char* data_json) {
     (void)user;
     printf("{%s", is_worker ? "\"callbackid\":" : "\"callId\":");
     print_string(callback_id);
@@ -305,10 +304,11 @@ static int play_call(moxh5_host* host, span line, int number) {
     module[strlen(module) - 1] = '\0'; /* module names hold no escapes */
     status = moxh5_execute(host, module + 1, request, &outcome, &answer);
     if (status == MOXH5_OK) {
-        printf("{\"answer\":%s,\"event\":\"result\",\"handled\":%s,\"line\":%d,\"module\":\"%s\","
-               "\"registered\":%s}\n",
-               answer, outcome & MOXH5_HANDLED ? "true" : "false", number, module + 1,
-               outcome & MOXH5_REGISTERED ? "true" : "false");
+        printf(
+            "{\"answer\":%s,\"event\":\"result\",\"handled\":%s,\"line\":%d,\"module\":\"%s\","
+            "\"registered\":%s}\n",
+            answer, outcome & MOXH5_HANDLED ? "true" : "false", number, module + 1,
+            outcome & MOXH5_REGISTERED ? "true" : "false");
         /* As a host does after every call: the library decides from the
          * answer's flags whether the page hears anything now. */
         if (outcome & MOXH5_REGISTERED) {
