@@ -1,25 +1,47 @@
-# Checks that moxh5.dll exports the manager's entry points.
-# Usage: cmake -DOBJDUMP=<objdump> -DDLL=<moxh5.dll> -P check_dll_exports.cmake
+# Checks that moxh5.dll exports exactly the names of its .def file (the C
+# interface and the C++ entry points, no private member), and that both import
+# libraries, the GNU one and the MSVC one, carry the C interface.
+# Usage: cmake -DOBJDUMP=<objdump> -DNM=<nm> -DDLL=<moxh5.dll> -DDEF=<moxh5.def>
+#              -DIMPORT_LIBS=<lib;lib> -P check_dll_exports.cmake
+file(STRINGS ${DEF} def_lines)
+set(expected)
+foreach(line IN LISTS def_lines)
+    if(line MATCHES "^    ([A-Za-z_][A-Za-z0-9_]*)$")
+        list(APPEND expected ${CMAKE_MATCH_1})
+    endif()
+endforeach()
+list(SORT expected)
+
 execute_process(COMMAND ${OBJDUMP} -p ${DLL} OUTPUT_VARIABLE table RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
     message(FATAL_ERROR "objdump failed on ${DLL}")
 endif()
-# Mangled names of the exported surface (GCC's Itanium mangling).
-set(required
-    "_ZN10CSingletonI16MoxModuleManagerE11GetInstanceEv"   # CSingleton<MoxModuleManager>::GetInstance
-    "_ZN16MoxModuleManager11GetInstanceEv"
-    "_ZN16MoxModuleManager4Init"
-    "_ZN16MoxModuleManager11SetCallbackEP21IH5ActionImplCallBack"
-    "_ZN16MoxModuleManager6CreateEv"
-    "_ZN16MoxModuleManager7Execute"
-    "_ZN16MoxModuleManager5ExistERK18mox_h5_module_data"
-    "_ZN16MoxModuleManager8RegisterERK17mox_source_info_t"
-    "_Z17callBackToWebPage"
-)
-foreach(symbol IN LISTS required)
-    string(FIND "${table}" "${symbol}" at)
-    if(at EQUAL -1)
-        message(FATAL_ERROR "moxh5.dll does not export ${symbol}")
-    endif()
+string(REGEX REPLACE ".*\\[Ordinal/Name Pointer\\] Table\n" "" names "${table}")
+string(FIND "${names}" "\n\n" table_end)
+string(SUBSTRING "${names}" 0 ${table_end} names)
+string(REGEX MATCHALL "\\[ *[0-9]+\\] [^\n]+" rows "${names}")
+set(exported)
+foreach(row IN LISTS rows)
+    string(REGEX REPLACE "\\[ *[0-9]+\\] " "" name "${row}")
+    list(APPEND exported ${name})
 endforeach()
-message(STATUS "moxh5.dll exports the manager's entry points")
+list(SORT exported)
+if(NOT exported STREQUAL expected)
+    list(LENGTH exported count)
+    message(FATAL_ERROR "moxh5.dll exports ${count} names:\n${exported}\nexpected:\n${expected}")
+endif()
+list(LENGTH exported count)
+message(STATUS "moxh5.dll exports the ${count} names of its .def file")
+
+foreach(lib IN LISTS IMPORT_LIBS)
+    execute_process(COMMAND ${NM} ${lib} OUTPUT_VARIABLE symbols RESULT_VARIABLE rc)
+    if(NOT rc EQUAL 0)
+        message(FATAL_ERROR "${NM} failed on ${lib}")
+    endif()
+    foreach(name IN LISTS expected)
+        if(name MATCHES "^moxh5_" AND NOT symbols MATCHES "__imp__?${name}\n")
+            message(FATAL_ERROR "${lib} does not import ${name}")
+        endif()
+    endforeach()
+    message(STATUS "${lib} imports the C interface")
+endforeach()

@@ -114,7 +114,7 @@ PACKAGES=(
   libjsoncpp-dev libfmt-dev libgtest-dev libgmock-dev libbenchmark-dev
   mingw-w64 g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix binutils-mingw-w64
   wine wine64
-  dpkg-dev
+  dpkg-dev python3 llvm
   xvfb xauth
 )
 

@@ -6,6 +6,9 @@
 // The page-policy cases run "showToast" under the default policy, the
 // unrestricted one and a policy with a method filter, side by side: a method
 // that touches no shell, file or URL must cost the same under each.
+// ShowToastThroughC is the same call as ShowToastQuietLog made through the C
+// interface: request text in, answer text out, the operation handed to a C
+// callback as JSON text.
 #include <benchmark/benchmark.h>
 
 #include <memory>
@@ -14,6 +17,7 @@
 
 #include "MoxLog.h"
 #include "moxh5/module_manager.h"
+#include "moxh5/moxh5_c.h"
 #include "tools/recording_host/recording_host.h"
 
 namespace {
@@ -62,6 +66,7 @@ void RunCalls(benchmark::State& state, const char* module, const char* method, i
     CMoxLog::SetSink(std::make_shared<NullSink>(logLevel));
     MoxModuleManager& manager = Manager();
     manager.SetPagePolicy(std::move(policy));
+    manager.SetCallback(&Host());
     const mox_h5_module_data call = Call(method, "The parcel left the warehouse this morning.");
     for (auto _ : state) {
         Json::Value answer(Json::objectValue);
@@ -97,10 +102,44 @@ void UnknownModule(benchmark::State& state) {
     RunCalls(state, "JSNothing", "x", LOG_PRIORITY_WARNING);
 }
 
+// A C host that takes every operation and keeps nothing.
+void MOXH5_CALL CountOperation(void* user, const char*, const char* args, moxh5_token*,
+                               moxh5_reply_slot*) {
+    *static_cast<size_t*>(user) += args[0] == '{';
+}
+
+void ShowToastThroughC(benchmark::State& state) {
+    CMoxLog::SetSink(std::make_shared<NullSink>(LOG_PRIORITY_WARNING));
+    size_t operations = 0;
+    moxh5_host_table table{};
+    table.size = sizeof table;
+    table.user = &operations;
+    table.operation = &CountOperation;
+    moxh5_host* host = nullptr;
+    if (moxh5_create(&table, &host) != MOXH5_OK) {
+        state.SkipWithError("moxh5_create failed");
+        return;
+    }
+    const char* request =
+        R"({"mallcsid":"mall-1|cs-1","callbackid":"cb-1","payload":{"method":"showToast",)"
+        R"("params":{"name":"JSStorage.setPasteboard","type":1,"duration":1500,)"
+        R"("content":"The parcel left the warehouse this morning."}}})";
+    for (auto _ : state) {
+        unsigned outcome = 0;
+        char* answer = nullptr;
+        benchmark::DoNotOptimize(moxh5_execute(host, "JSCallNative", request, &outcome, &answer));
+        moxh5_free(answer);
+    }
+    if (operations != static_cast<size_t>(state.iterations())) state.SkipWithError("no toast");
+    moxh5_destroy(host);
+    CMoxLog::SetSink(nullptr);
+}
+
 BENCHMARK(CanIUse);
 BENCHMARK(ShowToastQuietLog);
 BENCHMARK(ShowToastUnrestricted);
 BENCHMARK(ShowToastMethodFilter);
+BENCHMARK(ShowToastThroughC);
 BENCHMARK(ShowToastTracedLog);
 BENCHMARK(UnknownModule);
 

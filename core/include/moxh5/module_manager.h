@@ -66,7 +66,8 @@ class MoxModuleManager;
 template <>
 MOXH5_API MoxModuleManager* CSingleton<MoxModuleManager>::GetInstance();
 
-class MOXH5_API MoxModuleManager {
+// Only the entry points a host calls are exported (MOXH5_API on each).
+class MoxModuleManager {
 public:
     // One registry entry: the registration record less its name, and the
     // worker built by Create (empty until then).
@@ -84,19 +85,19 @@ public:
     using Registry = std::multimap<std::string, ModuleEntry>;
 
     // Same as CSingleton<MoxModuleManager>::GetInstance().
-    static MoxModuleManager* GetInstance();
+    MOXH5_API static MoxModuleManager* GetInstance();
 
     // Keeps the interfaces (not owned; either may be null) and the
     // configuration callable, then registers the seven modules: "JSCallBasic",
     // "JSDevice", "JSNetwork", "JSPhoto", "MMSSocket", "JSStorage",
     // "JSCallNative".
-    void Init(IUserCenter* userCenter, IHttpBusinessMonitorCallBack* httpBizMonitor,
-              MoxConfigCallback configCallback);
+    MOXH5_API void Init(IUserCenter* userCenter, IHttpBusinessMonitorCallBack* httpBizMonitor,
+                        MoxConfigCallback configCallback);
     // Installs the action interface (not owned; null uninstalls).
-    void SetCallback(IH5ActionImplCallBack* callback);
+    MOXH5_API void SetCallback(IH5ActionImplCallBack* callback);
     // Installs or replaces the user centre that Init was given (not owned;
     // null uninstalls). A start-up call, like SetCallback.
-    void SetUserCenter(IUserCenter* userCenter);
+    MOXH5_API void SetUserCenter(IUserCenter* userCenter);
 
     // Replaces the page policy as a whole (moxh5/page_policy.h). A start-up
     // call, like SetCallback: the policy is read without locks afterwards.
@@ -112,9 +113,9 @@ public:
 
     // Adds a module. An existing entry of the same name is kept; the new one is
     // placed after it and serves from then on.
-    void Register(const mox_source_info_t& info);
+    MOXH5_API void Register(const mox_source_info_t& info);
     // Builds the worker of every entry that has none yet. Always true.
-    bool Create();
+    MOXH5_API bool Create();
 
     // Runs one call on the module `name`. Returns (false, false) and leaves
     // `answer` untouched when no module of that name is registered; otherwise
@@ -125,11 +126,11 @@ public:
     // ("[MoxH5] exception in MoxModuleManager::Execute, method <m>: <what>")
     // and the call answers (true, false) here, false from Exist; `answer` may
     // then hold what the handler wrote before the throw.
-    std::tuple<bool, bool> Execute(const std::string& name, const mox_module_data& data,
-                                   Json::Value& answer) noexcept;
+    MOXH5_API std::tuple<bool, bool> Execute(const std::string& name, const mox_module_data& data,
+                                             Json::Value& answer) noexcept;
     // Answers the page's "is it available?": payload params "name" is a module
     // name, or "Module.method" (further ".parts" are ignored).
-    bool Exist(const mox_h5_module_data& data) noexcept;
+    MOXH5_API bool Exist(const mox_h5_module_data& data) noexcept;
 
     const Registry& Modules() const { return m_modules; }
 

@@ -1,0 +1,189 @@
+/* The C interface of MOXH5: for hosts written in C, in languages that call C
+ * (C#, Python, Node...) and for hosts built with another C++ compiler than
+ * the library's.
+ *
+ * C89, no C++ types. Every text that crosses it is UTF-8 and NUL-terminated;
+ * structured values are JSON text. Every buffer the library hands out is
+ * released with moxh5_free; texts handed to a callback belong to the library
+ * and are valid only during the callback. No C++ exception leaves a function
+ * of this interface: failures come back as the MOXH5_ERROR_* codes below
+ * (and a log line).
+ *
+ * The C interface and the C++ one (moxh5/module_manager.h) are served by the
+ * same core; a process has one host, using one or the other.
+ *
+ * Use:
+ *   moxh5_host_table table;
+ *   memset(&table, 0, sizeof table);
+ *   table.size = sizeof table;
+ *   table.user = my_context;
+ *   table.operation = my_operation;        host operations (see below)
+ *   table.page_answer = my_page_answer;    answers for render and worker pages
+ *   ...
+ *   moxh5_create(&table, &host);
+ *   then, for every script call of a page:
+ *   moxh5_execute(host, "JSCallNative", request_json, &outcome, &answer);
+ *   moxh5_answer_page(host, request_json, outcome & MOXH5_HANDLED, answer);
+ *   moxh5_free(answer);
+ *
+ * Threads: moxh5_create and moxh5_destroy are start-up and shut-down calls;
+ * no other call may run meanwhile. moxh5_execute, moxh5_exist,
+ * moxh5_answer_page and moxh5_complete may run on any threads at once. The
+ * callbacks run on the thread that calls moxh5_execute, except page_answer,
+ * which also runs on the thread that calls moxh5_complete, and log and
+ * report, which run wherever the library logs or reports, possibly on several
+ * threads at once.
+ */
+#ifndef MOXH5_C_H
+#define MOXH5_C_H
+
+#include <stddef.h>
+
+#include "moxh5/export.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Version of this interface. It changes only when a function, a callback or
+ * the meaning of a JSON member changes incompatibly; new members at the end of
+ * moxh5_host_table do not change it (the table's size tells them apart). */
+#define MOXH5_C_ABI_VERSION 1
+
+/* Results of the functions below. */
+#define MOXH5_OK 0
+#define MOXH5_ERROR_ARGUMENT (-1) /* a null pointer, a table too small */
+#define MOXH5_ERROR_JSON (-2)     /* a text that is not JSON or not of the documented shape */
+#define MOXH5_ERROR_STATE (-3)    /* no such host or token, or a host already created */
+#define MOXH5_ERROR_INTERNAL (-4) /* out of memory or a failure inside the library (logged) */
+
+/* Bits of moxh5_execute's outcome. */
+#define MOXH5_REGISTERED 1u /* a module of that name exists */
+#define MOXH5_HANDLED 2u    /* its handler ran and succeeded */
+
+typedef struct moxh5_host moxh5_host;             /* the created host */
+typedef struct moxh5_reply_slot moxh5_reply_slot; /* where a callback's answer goes */
+typedef struct moxh5_token moxh5_token;           /* asynchronous work the host finishes */
+
+/* A host operation. `operation` names it and `args_json` holds its arguments
+ * as an object; both are listed in docs/c_interface.md (the operations of
+ * IH5ActionImplCallBack, with the same names). The host answers through
+ * moxh5_reply(reply, result_json) before returning:
+ *   - operations that return whether the host accepted: true or false;
+ *   - "GetClientLinkPrefix": a string;
+ *   - "GetPluginVersion": the version answer (any JSON but false, which
+ *     refuses);
+ *   - operations that return nothing: no answer needed.
+ * No answer, or an answer of another type, means "not supported": false, or
+ * the empty string.
+ *
+ * `token` is null except for operations that finish later (docs/c_interface.md
+ * marks them). When the host accepts such an operation (answers true; for
+ * "ShowEasyWnd", always) it keeps the token and calls moxh5_complete once,
+ * from any thread, when the work is done. When it refuses, the library drops
+ * the token as the callback returns. */
+typedef void(MOXH5_CALL* moxh5_operation_fn)(void* user, const char* operation,
+                                             const char* args_json, moxh5_token* token,
+                                             moxh5_reply_slot* reply);
+
+/* An answer for a page: run the render page's callback `callback_id` (is_worker
+ * 0) or the worker page's (is_worker 1) with `data_json`, the answer envelope
+ * {"success": ..., "message": ..., "data": ...}. */
+typedef void(MOXH5_CALL* moxh5_page_answer_fn)(void* user, int is_worker, const char* mallcsid,
+                                               int webindex, const char* callback_id,
+                                               const char* data_json);
+
+/* A user-centre value: "GetMallId", "GetCsId" or "GetCurrentUid" of the
+ * session `mallcsid`, or "GetCurrentMallCsId" (mallcsid ""). The host answers
+ * with a JSON string through moxh5_reply; no answer is the empty string. */
+typedef void(MOXH5_CALL* moxh5_user_value_fn)(void* user, const char* name, const char* mallcsid,
+                                              moxh5_reply_slot* reply);
+
+/* A feature switch: is `key` on for the session `mallcsid` ("" when the
+ * question is about no session)? `default_json` is the switch's default
+ * value. Nonzero: on. */
+typedef int(MOXH5_CALL* moxh5_switch_fn)(void* user, const char* key, const char* mallcsid,
+                                         const char* default_json);
+
+/* A log line: priority 100 (alert) ... 700 (debug), the source file's base
+ * name, the line, the function text and the message. */
+typedef void(MOXH5_CALL* moxh5_log_fn)(void* user, int priority, const char* file, int line,
+                                       const char* function, const char* text);
+
+/* A business report: {"id": <integer>, "tags": {<string>...},
+ * "counters": {<integer>...}}. */
+typedef void(MOXH5_CALL* moxh5_report_fn)(void* user, const char* report_json);
+
+/* What the host provides. Any callback may be null: without operation and
+ * page_answer no action interface is installed (calls that need it answer
+ * "Native impl instance is null."), without user_value no user centre,
+ * without config_switch every switch is off, without log and report the
+ * library's default log and report outputs stay. */
+typedef struct moxh5_host_table {
+    size_t size; /* sizeof(moxh5_host_table) as the host was compiled */
+    void* user;  /* handed back to every callback */
+    moxh5_operation_fn operation;
+    moxh5_page_answer_fn page_answer;
+    moxh5_user_value_fn user_value;
+    moxh5_switch_fn config_switch;
+    moxh5_log_fn log;
+    int log_priority; /* least urgent priority given to log; 0 means 400 */
+    moxh5_report_fn report;
+} moxh5_host_table;
+
+/* MOXH5_C_ABI_VERSION of the loaded library. */
+MOXH5_API unsigned MOXH5_CALL moxh5_abi_version(void);
+
+/* Creates the process's host from `table` (copied) and prepares the modules.
+ * MOXH5_ERROR_STATE when a host exists. */
+MOXH5_API int MOXH5_CALL moxh5_create(const moxh5_host_table* table, moxh5_host** host);
+
+/* Uninstalls the host's callbacks; no call may run. Tokens the host still
+ * holds stay valid and may be completed; their answers then reach no page. */
+MOXH5_API int MOXH5_CALL moxh5_destroy(moxh5_host* host);
+
+/* Runs one script call on the module `module`. `request_json`:
+ *   {"mallcsid": string, "payload": {"method": ..., "params": ...},
+ *    "isWorker": bool, "webindex": integer, "callbackid": string,
+ *    "workerid": string or null}
+ * (absent members: "", null, false, 0, "", null; other members are ignored).
+ * On MOXH5_OK, `*outcome` holds MOXH5_REGISTERED and MOXH5_HANDLED bits and
+ * `*answer_json` the call's answer object (free it with moxh5_free; it is
+ * "{}" when the module is not registered). */
+MOXH5_API int MOXH5_CALL moxh5_execute(moxh5_host* host, const char* module,
+                                       const char* request_json, unsigned* outcome,
+                                       char** answer_json);
+
+/* A page's "is it available?": `request_json` as for moxh5_execute, whose
+ * payload's params "name" is a module or "Module.method". `*exists` is 1 or
+ * 0. */
+MOXH5_API int MOXH5_CALL moxh5_exist(moxh5_host* host, const char* request_json, int* exists);
+
+/* The unified answer after a call: hands `answer_json` (an object or null)
+ * wrapped in the envelope to page_answer, unless its flags say the page is
+ * answered otherwise ("AsynExec", or "NoNeedUnifyCallBack" for render pages)
+ * or the call wants no answer. `page_json` names the page with the request's
+ * members "mallcsid", "isWorker", "webindex", "callbackid" and "workerid"
+ * (the request text itself will do). */
+MOXH5_API int MOXH5_CALL moxh5_answer_page(moxh5_host* host, const char* page_json, int success,
+                                           const char* answer_json);
+
+/* A callback's answer (see the callbacks); copied. Only during the callback. */
+MOXH5_API int MOXH5_CALL moxh5_reply(moxh5_reply_slot* reply, const char* result_json);
+
+/* Finishes asynchronous work, once, from any thread. `result_json`:
+ * {"success": bool, "answer": <the page's answer>} (absent or null text:
+ * true, {}). The page is answered through page_answer before this returns and
+ * the token is released. A result refused with MOXH5_ERROR_JSON leaves the
+ * token with the host; a token completed before, or unknown, gives
+ * MOXH5_ERROR_STATE. */
+MOXH5_API int MOXH5_CALL moxh5_complete(moxh5_token* token, const char* result_json);
+
+/* Releases a buffer the library handed out; null is allowed. */
+MOXH5_API void MOXH5_CALL moxh5_free(void* buffer);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* MOXH5_C_H */

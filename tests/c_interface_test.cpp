@@ -1,0 +1,221 @@
+// The C interface as a host sees it: the shared library, one process, one host
+// at a time. The tour through C and Python hosts is checked by ctest; these
+// cases cover the contract around it (codes, tokens, table sizes, defaults).
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "moxh5/action_defaults.h"
+#include "moxh5/module_manager.h"
+#include "moxh5/moxh5_c.h"
+
+namespace {
+
+struct Recorded {
+    std::vector<std::string> ops, args, pages, reports;
+    std::vector<moxh5_token*> tokens;
+    bool accept = true;
+};
+
+void MOXH5_CALL Operation(void* user, const char* op, const char* args, moxh5_token* token,
+                          moxh5_reply_slot* reply) {
+    auto* r = static_cast<Recorded*>(user);
+    r->ops.push_back(op);
+    r->args.push_back(args);
+    if (token && r->accept) r->tokens.push_back(token);
+    if (!r->accept) moxh5_reply(reply, "false");
+    if (r->accept) moxh5_reply(reply, "true");
+}
+
+void MOXH5_CALL PageAnswer(void* user, int isWorker, const char*, int, const char* id,
+                           const char* data) {
+    static_cast<Recorded*>(user)->pages.push_back((isWorker ? "worker " : "render ") +
+                                                  std::string(id) + " " + data);
+}
+
+void MOXH5_CALL Report(void* user, const char* json) {
+    static_cast<Recorded*>(user)->reports.push_back(json);
+}
+
+class CInterface : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::memset(&table, 0, sizeof table);
+        table.size = sizeof table;
+        table.user = &recorded;
+        table.operation = &Operation;
+        table.page_answer = &PageAnswer;
+        table.report = &Report;
+        ASSERT_EQ(moxh5_create(&table, &host), MOXH5_OK);
+    }
+    void TearDown() override { moxh5_destroy(host); }
+
+    int Execute(const char* module, const std::string& request, unsigned* outcome = nullptr,
+                std::string* answer = nullptr) {
+        unsigned bits = 0;
+        char* text = nullptr;
+        const int status = moxh5_execute(host, module, request.c_str(), &bits, &text);
+        if (outcome) *outcome = bits;
+        if (answer && text) *answer = text;
+        if (status == MOXH5_OK)
+            moxh5_answer_page(host, request.c_str(), bits & MOXH5_HANDLED, text);
+        moxh5_free(text);
+        return status;
+    }
+
+    Recorded recorded;
+    moxh5_host_table table{};
+    moxh5_host* host = nullptr;
+};
+
+const char kTip[] =
+    R"({"isWorker":true,"workerid":"w","callbackid":"tip-1","payload":{"method":"showCommonTip",)"
+    R"("params":{"title":"t","content":"c","leftButtonText":"l","rightButtonText":"r"}}})";
+
+const char kPost[] =
+    R"({"isWorker":true,"callbackid":"net-1","payload":{"method":"httpRequest",)"
+    R"("params":{"type":"post","url":"https://shop.example/","content":"","cookie":""}}})";
+
+TEST_F(CInterface, RefusesBadArgumentsAndTexts) {
+    moxh5_host* second = nullptr;
+    moxh5_host_table tiny = table;
+    tiny.size = offsetof(moxh5_host_table, operation);
+    unsigned outcome = 0;
+    char* answer = nullptr;
+    int exists = 0;
+    struct Case {
+        const char* name;
+        int got, want;
+    } cases[] = {
+        {"second host", moxh5_create(&table, &second), MOXH5_ERROR_STATE},
+        {"table too small", moxh5_create(&tiny, &second), MOXH5_ERROR_ARGUMENT},
+        {"null table", moxh5_create(nullptr, &second), MOXH5_ERROR_ARGUMENT},
+        {"not JSON", Execute("JSCallBasic", "{"), MOXH5_ERROR_JSON},
+        {"trailing text", Execute("JSCallBasic", "{} {}"), MOXH5_ERROR_JSON},
+        {"not an object", Execute("JSCallBasic", "[]"), MOXH5_ERROR_JSON},
+        {"wrong member type", Execute("JSCallBasic", R"({"webindex":"1"})"), MOXH5_ERROR_JSON},
+        {"null output", moxh5_execute(host, "JSCallBasic", "{}", nullptr, &answer),
+         MOXH5_ERROR_ARGUMENT},
+        {"unknown host",
+         moxh5_execute(reinterpret_cast<moxh5_host*>(&exists), "JSCallBasic", "{}", &outcome,
+                       &answer),
+         MOXH5_ERROR_STATE},
+        {"exist, bad text", moxh5_exist(host, "nope", &exists), MOXH5_ERROR_JSON},
+        {"page, bad answer", moxh5_answer_page(host, "{}", 1, "{"), MOXH5_ERROR_JSON},
+        {"reply outside a callback", moxh5_reply(nullptr, "true"), MOXH5_ERROR_ARGUMENT},
+        {"unknown token", moxh5_complete(reinterpret_cast<moxh5_token*>(&exists), "{}"),
+         MOXH5_ERROR_STATE},
+    };
+    for (const Case& c : cases) EXPECT_EQ(c.got, c.want) << c.name;
+    EXPECT_EQ(answer, nullptr);
+    EXPECT_EQ(moxh5_abi_version(), unsigned{MOXH5_C_ABI_VERSION});
+}
+
+TEST_F(CInterface, OperationsGetTheirArgumentsAsJsonAndPagesTheirEnvelopes) {
+    unsigned outcome = 0;
+    std::string answer;
+    ASSERT_EQ(Execute("JSCallNative",
+                      R"({"callbackid":"t-1","payload":{"method":"showToast",)"
+                      R"("params":{"type":2,"content":"\u00e9","duration":900}}})",
+                      &outcome, &answer),
+              MOXH5_OK);
+    EXPECT_EQ(outcome, MOXH5_REGISTERED | MOXH5_HANDLED);
+    EXPECT_EQ(answer, "{}");
+    ASSERT_EQ(recorded.ops, std::vector<std::string>{"ShowToast"});
+    EXPECT_EQ(recorded.args[0],
+              "{\"kind\":2,\"text\":\"\xC3\xA9\",\"length\":2,\"durationMs\":900}");
+    ASSERT_EQ(recorded.pages.size(), 1u);
+    EXPECT_NE(recorded.pages[0].find("render t-1 {"), std::string::npos);
+    ASSERT_EQ(recorded.reports.size(), 1u);
+    EXPECT_NE(recorded.reports[0].find(R"("method":"showToast")"), std::string::npos);
+
+    ASSERT_EQ(Execute("JSNothing", "{}", &outcome, &answer), MOXH5_OK);
+    EXPECT_EQ(outcome, 0u);
+    EXPECT_EQ(answer, "{}");
+}
+
+TEST_F(CInterface, AcceptedWorkIsCompletedOnceWithItsToken) {
+    ASSERT_EQ(Execute("JSCallNative", kTip), MOXH5_OK);
+    ASSERT_EQ(recorded.tokens.size(), 1u);
+    EXPECT_TRUE(recorded.pages.empty());
+    moxh5_token* token = recorded.tokens[0];
+    // A result of the wrong shape leaves the token with the host.
+    EXPECT_EQ(moxh5_complete(token, R"({"success":"yes"})"), MOXH5_ERROR_JSON);
+    // Completed from another thread, as a host's worker would.
+    int status = MOXH5_ERROR_INTERNAL;
+    std::thread([&] {
+        status = moxh5_complete(token, R"({"answer":{"data":{"button":"left"}}})");
+    }).join();
+    EXPECT_EQ(status, MOXH5_OK);
+    ASSERT_EQ(recorded.pages.size(), 1u);
+    EXPECT_NE(recorded.pages[0].find("worker tip-1"), std::string::npos);
+    EXPECT_NE(recorded.pages[0].find("left"), std::string::npos);
+    EXPECT_EQ(moxh5_complete(token, nullptr), MOXH5_ERROR_STATE);
+}
+
+TEST_F(CInterface, RefusedWorkKeepsNoTokenAndTheCallFails) {
+    recorded.accept = false;
+    unsigned outcome = 0;
+    ASSERT_EQ(Execute("JSNetwork", kPost, &outcome), MOXH5_OK);
+    EXPECT_EQ(outcome, MOXH5_REGISTERED);
+    EXPECT_TRUE(recorded.tokens.empty());
+    ASSERT_EQ(recorded.pages.size(), 1u);
+    EXPECT_NE(recorded.pages[0].find("false"), std::string::npos);
+}
+
+// An older host's table, without log and report, still works, and a host
+// created after a destroyed one serves the calls.
+TEST(CInterfaceTable, OlderTableAndSecondHost) {
+    Recorded recorded;
+    moxh5_host_table table{};
+    table.size = offsetof(moxh5_host_table, log);
+    table.user = &recorded;
+    table.page_answer = &PageAnswer;
+    table.report = &Report;  // beyond the given size: never called
+    moxh5_host* host = nullptr;
+    ASSERT_EQ(moxh5_create(&table, &host), MOXH5_OK);
+    unsigned outcome = 0;
+    char* answer = nullptr;
+    ASSERT_EQ(moxh5_execute(host, "JSNetwork", kPost, &outcome, &answer), MOXH5_OK);
+    moxh5_free(answer);
+    EXPECT_EQ(outcome, MOXH5_REGISTERED);  // no operation callback: not supported
+    EXPECT_TRUE(recorded.reports.empty());
+    EXPECT_EQ(moxh5_destroy(host), MOXH5_OK);
+    EXPECT_EQ(moxh5_destroy(host), MOXH5_ERROR_STATE);
+}
+
+// A C++ host that supports one operation and inherits "not supported" for the
+// rest.
+class ToastOnlyHost : public H5ActionDefaults {
+public:
+    void ShowToast(int, const char* text, size_t length, int) override {
+        toasts.emplace_back(text, length);
+    }
+    std::vector<std::string> toasts;
+};
+
+TEST(ActionDefaults, OverridesOnlyWhatTheHostSupports) {
+    ToastOnlyHost host;
+    MoxModuleManager* manager = MoxModuleManager::GetInstance();
+    if (manager->Modules().empty()) {
+        manager->Init(nullptr, nullptr, MoxConfigCallback());
+        manager->Create();
+    }
+    manager->SetCallback(&host);
+    mox_h5_module_data call;
+    call.payload["method"] = "showToast";
+    call.payload["params"]["content"] = "ok";
+    Json::Value answer(Json::objectValue);
+    EXPECT_EQ(manager->Execute("JSCallNative", call, answer), std::make_tuple(true, true));
+    call.payload["method"] = "httpRequest";
+    call.payload["params"]["type"] = "post";
+    EXPECT_EQ(manager->Execute("JSNetwork", call, answer), std::make_tuple(true, false));
+    EXPECT_EQ(host.toasts, std::vector<std::string>{"ok"});
+    manager->SetCallback(nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,101 @@
+// The C interface's JSON reader and writer against jsoncpp's: the same values
+// from the same texts, the same refusals, and a written text reads back equal.
+#include "core/detail/json_text.h"
+
+#include <gtest/gtest.h>
+#include <json/reader.h>
+
+#include <memory>
+#include <string>
+
+namespace {
+
+using moxh5::detail::CompactJson;
+using moxh5::detail::ParseJson;
+
+Json::Value JsoncppParse(const std::string& text, bool& ok) {
+    Json::CharReaderBuilder builder;
+    builder["allowComments"] = false;
+    builder["failIfExtra"] = true;
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    Json::Value value;
+    ok = reader->parse(text.data(), text.data() + text.size(), &value, nullptr);
+    return value;
+}
+
+TEST(JsonText, ReadsAsJsoncppDoesAndWritesWhatReadsBack) {
+    const char* const valid[] = {
+        "null",
+        " true ",
+        "false",
+        "0",
+        "-0",
+        "-12",
+        "9223372036854775807",
+        "-9223372036854775808",
+        "18446744073709551615",
+        "18446744073709551616",
+        "1.5e-3",
+        "2E+10",
+        R"("a\"b\\c\/d\b\f\n\r\t")",
+        R"("\u00e9\u4e2d\ud83d\ude00")",
+        "\"\xE4\xB8\xAD\"",
+        R"({"b":[1,{"c":null}],"a":"x","a":"last"})",
+        "[[],{},[[]]]",
+        "{\"\":1}",
+    };
+    for (const char* text : valid) {
+        Json::Value ours;
+        bool theirsOk = false;
+        const Json::Value theirs = JsoncppParse(text, theirsOk);
+        ASSERT_TRUE(theirsOk) << text;
+        ASSERT_TRUE(ParseJson(text, ours)) << text;
+        EXPECT_EQ(ours, theirs) << text;
+        Json::Value again;
+        ASSERT_TRUE(ParseJson(CompactJson(ours), again)) << CompactJson(ours);
+        EXPECT_EQ(again, ours) << text;
+    }
+    bool ok = false;
+    EXPECT_EQ(CompactJson(JsoncppParse("{\"k\":[\"\\u0001\xC3\xA9\",1.5,-2,true]}", ok)),
+              "{\"k\":[\"\\u0001\xC3\xA9\",1.5,-2,true]}");
+}
+
+TEST(JsonText, RefusesWhatIsNotOneJsonValue) {
+    const char* const invalid[] = {
+        "",
+        " ",
+        "{",
+        "[1,]",
+        "{\"a\":1,}",
+        "{a:1}",
+        "01",
+        "1.",
+        ".5",
+        "-",
+        "1e",
+        "+1",
+        "tru",
+        "nul",
+        "\"abc",
+        "\"\\x\"",
+        "\"\\u12\"",
+        "\"\\udc00\"",
+        "\"\\ud800x\"",
+        "\"a\tb\"",
+        "{} {}",
+        "[1] x",
+        "'a'",
+        "{\"a\" 1}",
+        "[1 2]",
+        "// comment\n1",
+    };
+    for (const char* text : invalid) {
+        Json::Value value;
+        EXPECT_FALSE(ParseJson(text, value)) << text;
+    }
+    Json::Value value;
+    EXPECT_FALSE(ParseJson(std::string(1001, '[') + std::string(1001, ']'), value));
+    EXPECT_TRUE(ParseJson(std::string(1000, '[') + std::string(1000, ']'), value));
+}
+
+}  // namespace
