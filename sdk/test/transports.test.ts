@@ -15,10 +15,9 @@ test("client: result returned by __moxh5_send or sent later; answers as text or 
   const transport = new ClientTransport(scope);
   const delivered: Array<[string, unknown]> = [];
   transport.listen((id, answer) => delivered.push([id, answer]));
-  assert.equal(transport.page, "worker");
 
   const later = transport.send(request);
-  assert.deepEqual(JSON.parse(sent[0]!), request);
+  assert.deepEqual([transport.page, JSON.parse(sent[0]!)], ["worker", request]);
   scope.__moxh5_receive!(JSON.stringify({ type: "answer", callbackId: "4", answer: { success: true } }));
   scope.__moxh5_receive!({ type: "answer", callbackId: 9, answer: '{"finded":false}' });
   for (const junk of ["not json", 5, null, { type: "answer" }, { type: "other", callbackId: "4" }]) scope.__moxh5_receive!(junk);
@@ -62,8 +61,7 @@ test("dev: posts the call with token and page once the stream is open", async ()
   assert.equal(host.calls.length, 0, "waits for the event stream");
   host.emit("open", {});
   assert.deepEqual(await sending, result);
-  assert.equal(host.calls[0]!.url, "http://127.0.0.1:1/__moxh5/call");
-  assert.equal(host.calls[0]!.headers["X-MoxH5-Token"], "t0k");
+  assert.deepEqual([host.calls[0]!.url, host.calls[0]!.headers["X-MoxH5-Token"]], ["http://127.0.0.1:1/__moxh5/call", "t0k"]);
   assert.deepEqual(host.calls[0]!.body, { ...request, callID: 4, page: { kind: "render", webIndex: 3 } });
   const refused = fakeDevHost(403);
   refused.emit("open", {});
