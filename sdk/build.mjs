@@ -38,7 +38,7 @@ writeFileSync(join(dist, "moxh5-sdk.d.mts"), 'export * from "./types/index.js";\
 
 if (process.argv.includes("--test")) {
   const tests = readdirSync(join(sdk, "test")).filter((f) => f.endsWith(".test.ts"));
-  const out = join(dist, "test");
+  const out = outIndex > 0 ? join(dist, "test") : join(sdk, ".build");
   run(bin("esbuild"), [...tests.map((f) => join(sdk, "test", f)), ...common, "--platform=node", "--format=esm",
     "--out-extension:.js=.mjs", `--outdir=${out}`]);
   run(process.execPath, ["--test", ...tests.map((f) => join(out, f.replace(/\.ts$/, ".mjs")))]);
