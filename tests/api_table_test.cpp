@@ -1,7 +1,8 @@
 // The page API table (api/api.json) against the workers' method tables, both
 // ways: every name a worker maps is described and nothing else is; for the
 // native module, whose names have a slot per page kind, the kinds described
-// are exactly the slots filled.
+// are exactly the slots filled, and its answer paths match the table's marks
+// (unified callback: "now" or "later"; may answer later: "later").
 #include <gtest/gtest.h>
 #include <json/reader.h>
 
@@ -21,7 +22,8 @@
 namespace moxh5::test {
 namespace {
 
-// Module -> method -> page kinds (kept only where the worker has slots).
+// Module -> method -> page kinds and answer marks (only where the worker has
+// slots).
 using Methods = std::map<std::string, std::set<std::string>>;
 using Modules = std::map<std::string, Methods>;
 
@@ -38,6 +40,8 @@ Methods NativeSlots() {
         std::set<std::string>& kinds = slots[row.name];
         if (row.slots & H5NativeWorker::kRenderSlot) kinds.insert("render");
         if (row.slots & H5NativeWorker::kWorkerSlot) kinds.insert("worker");
+        if (row.unified) kinds.insert("unified");
+        if (row.mayAnswerLater) kinds.insert("later");
     }
     return slots;
 }
@@ -54,8 +58,11 @@ Modules FromTable() {
         Methods& methods = modules[module["name"].asString()];
         for (const Json::Value& method : module["methods"]) {
             std::set<std::string>& kinds = methods[method["name"].asString()];
-            for (const Json::Value& kind : method["pages"])
-                if (slotted) kinds.insert(kind.asString());
+            if (!slotted) continue;
+            for (const Json::Value& kind : method["pages"]) kinds.insert(kind.asString());
+            const std::string answer = method["answer"].asString();
+            if (answer == "now" || answer == "later") kinds.insert("unified");
+            if (answer == "later") kinds.insert("later");
         }
     }
     return modules;
@@ -77,7 +84,8 @@ TEST(ApiTable, DescribesEveryMethodAndSlotOfTheWorkersAndNothingElse) {
         const Methods& described = table.count(module) ? table.at(module) : Methods{};
         for (const auto& [name, kinds] : methods) {
             ASSERT_TRUE(described.count(name)) << module << "." << name << " is not described";
-            EXPECT_EQ(described.at(name), kinds) << "page kinds of " << module << "." << name;
+            EXPECT_EQ(described.at(name), kinds)
+                << "page kinds and answer path of " << module << "." << name;
         }
         for (const auto& entry : described)
             EXPECT_TRUE(methods.count(entry.first))
