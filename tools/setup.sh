@@ -132,6 +132,26 @@ else
   log "packages: all installed"
 fi
 
+# ---------------------------------------------------------------- page kit --
+# Node.js and the npm packages of the page SDK (package-lock.json): TypeScript,
+# esbuild and playwright-core, which never downloads a browser. npm ci runs
+# again only when the lockfile changed since the last run (a stamp in
+# node_modules holds its checksum).
+if ! command -v node >/dev/null 2>&1 || ! command -v npm >/dev/null 2>&1; then
+  apt_update_once
+  log "installing: nodejs npm"
+  as_root apt-get install -y -qq --no-install-recommends nodejs npm >/dev/null
+fi
+NPM_STAMP="$ROOT/node_modules/.moxh5-lock-sha256"
+lock_sum=$(sha256sum "$ROOT/package-lock.json" | cut -d' ' -f1)
+if [ "$(cat "$NPM_STAMP" 2>/dev/null)" != "$lock_sum" ]; then
+  log "npm ci"
+  (cd "$ROOT" && PLAYWRIGHT_SKIP_BROWSER_DOWNLOAD=1 npm ci --no-audit --no-fund --loglevel=error)
+  printf '%s\n' "$lock_sum" >"$NPM_STAMP"
+else
+  log "npm packages: installed"
+fi
+
 # ------------------------------------------------------- dependency builds --
 # key | Debian source package | binary package whose version is matched
 DEP_LIST=(

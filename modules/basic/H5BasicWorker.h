@@ -15,6 +15,8 @@ public:
     H5BasicWorker();
     bool Execute(const mox_module_data* data, Json::Value& answer) override;
     bool Exist(const std::string& method) override;
+    // The whole method map, read-only: every name this worker answers to.
+    const moxh5::detail::PlainMethodMap& Methods() const { return m_methods; }
 
     static bool canIUse(const mox_h5_module_data* data, Json::Value& answer);
     static bool setLog(const mox_h5_module_data* data, Json::Value& answer);

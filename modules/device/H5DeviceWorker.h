@@ -25,6 +25,8 @@ public:
     H5DeviceWorker();
     bool Execute(const mox_module_data* data, Json::Value& answer) override;
     bool Exist(const std::string& method) override;
+    // The whole method map, read-only: every name this worker answers to.
+    const moxh5::detail::PlainMethodMap& Methods() const { return m_methods; }
 
     static bool getSystemInfo(const mox_h5_module_data* data, Json::Value& answer);
     static bool startMonitorScreenCapture(const mox_h5_module_data* data, Json::Value& answer);

@@ -18,6 +18,8 @@ public:
     H5NetworkWorker();
     bool Execute(const mox_module_data* data, Json::Value& answer) override;
     bool Exist(const std::string& method) override;
+    // The whole method map, read-only: every name this worker answers to.
+    const moxh5::detail::PlainMethodMap& Methods() const { return m_methods; }
 
     static bool request_render(const mox_h5_module_data* data, Json::Value& answer);
     static bool request_worker(const mox_h5_module_data* data, Json::Value& answer);

@@ -21,6 +21,8 @@ public:
     H5PhotoWorker();
     bool Execute(const mox_module_data* data, Json::Value& answer) override;
     bool Exist(const std::string& method) override;
+    // The whole method map, read-only: every name this worker answers to.
+    const moxh5::detail::PlainMethodMap& Methods() const { return m_methods; }
 
     static bool watch(const mox_h5_module_data* data, Json::Value& answer);
     static bool store(const mox_h5_module_data* data, Json::Value& answer);

@@ -18,6 +18,8 @@ public:
     H5SocketWorker();
     bool Execute(const mox_module_data* data, Json::Value& answer) override;
     bool Exist(const std::string& method) override;
+    // The whole method map, read-only: every name this worker answers to.
+    const moxh5::detail::PlainMethodMap& Methods() const { return m_methods; }
 
     static bool send(const mox_h5_module_data* data, Json::Value& answer);
 

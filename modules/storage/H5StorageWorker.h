@@ -29,6 +29,8 @@ public:
     H5StorageWorker();
     bool Execute(const mox_module_data* data, Json::Value& answer) override;
     bool Exist(const std::string& method) override;
+    // The whole method map, read-only: every name this worker answers to.
+    const moxh5::detail::CompletionMethodMap& Methods() const { return m_methods; }
 
     static bool setPasteBoard(const mox_h5_module_data* data,
                               const std::function<bool()>& answer_fn, Json::Value& answer);

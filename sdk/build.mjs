@@ -1,0 +1,41 @@
+#!/usr/bin/env node
+// Builds the page SDK: type check (tsc --strict), then the two bundles.
+//   node sdk/build.mjs          check and bundle into sdk/dist/
+//   node sdk/build.mjs --test   the same, then the unit tests (node --test)
+//   --out DIR                   bundle into DIR instead (the tests build there too)
+// Exits 77 (a skip for ctest) when the npm packages are not installed.
+import { spawnSync } from "node:child_process";
+import { existsSync, readdirSync } from "node:fs";
+import { dirname, join } from "node:path";
+import { fileURLToPath } from "node:url";
+
+const sdk = dirname(fileURLToPath(import.meta.url));
+const root = join(sdk, "..");
+const bin = (name) => join(root, "node_modules", ".bin", name);
+
+if (!existsSync(bin("tsc")) || !existsSync(bin("esbuild"))) {
+  console.log("SKIPPED: typescript and esbuild are not installed; run npm ci (tools/setup.sh does)");
+  process.exit(77);
+}
+
+function run(command, args) {
+  const done = spawnSync(command, args, { cwd: root, stdio: "inherit" });
+  if (done.status !== 0) process.exit(done.status ?? 1);
+}
+
+const outIndex = process.argv.indexOf("--out");
+const dist = outIndex > 0 ? process.argv[outIndex + 1] : join(sdk, "dist");
+
+run(process.execPath, [join(root, "tools", "gen-api.mjs"), "--check"]);
+run(bin("tsc"), ["-p", join(sdk, "tsconfig.json")]);
+const common = ["--bundle", "--target=es2020", "--log-level=warning"];
+run(bin("esbuild"), [join(sdk, "src/index.ts"), ...common, "--format=esm", `--outfile=${join(dist, "moxh5-sdk.mjs")}`]);
+run(bin("esbuild"), [join(sdk, "src/global.ts"), ...common, "--format=iife", `--outfile=${join(dist, "moxh5-sdk.js")}`]);
+
+if (process.argv.includes("--test")) {
+  const tests = readdirSync(join(sdk, "test")).filter((f) => f.endsWith(".test.ts"));
+  const out = join(dist, "test");
+  run(bin("esbuild"), [...tests.map((f) => join(sdk, "test", f)), ...common, "--platform=node", "--format=esm",
+    "--out-extension:.js=.mjs", `--outdir=${out}`]);
+  run(process.execPath, ["--test", ...tests.map((f) => join(out, f.replace(/\.ts$/, ".mjs")))]);
+}

@@ -1,0 +1,133 @@
+// Answer matching: which answer settles a call, with what, and the errors'
+// texts, through a fake transport the test drives by hand.
+import assert from "node:assert/strict";
+import { test } from "node:test";
+import { Bridge } from "../src/bridge.js";
+import { MoxError } from "../src/errors.js";
+import { createMox } from "../src/index.js";
+import type { CallRequest, CallResult, MethodSpec, Transport } from "../src/types.js";
+
+class FakeTransport implements Transport {
+  readonly page = "render" as const;
+  sent: CallRequest[] = [];
+  results: Array<(r: CallResult) => void> = [];
+  failures: Array<(e: unknown) => void> = [];
+  deliver: (id: string, answer: unknown) => void = () => {};
+  send(request: CallRequest) {
+    this.sent.push(request);
+    return new Promise<CallResult>((resolve, reject) => {
+      this.results.push(resolve);
+      this.failures.push(reject);
+    });
+  }
+  listen(onDelivery: (id: string, answer: unknown) => void) {
+    this.deliver = onDelivery;
+  }
+}
+
+const spec = (answer: MethodSpec["answer"], callId?: MethodSpec["callId"]): MethodSpec =>
+  ({ module: "JSCallNative", method: "m", pages: ["render"], answer, ...(callId ? { callId } : {}) });
+const ok = (answer: object = {}): CallResult => ({ registered: true, handled: true, answer: { ...answer } });
+const failed = (answer: object = {}, registered = true): CallResult => ({ registered, handled: false, answer: { ...answer } });
+const tick = () => new Promise((r) => setImmediate(r));
+
+// Each case: the method's answer path, then what the host does in order.
+type Step = { result: CallResult } | { deliver: unknown };
+const cases: Array<{ name: string; path: MethodSpec["answer"]; steps: Step[]; resolves?: unknown; rejects?: string }> = [
+  { name: "answered now", path: "now", steps: [{ result: ok({ data: { x: 1 } }) }],
+    resolves: { data: { x: 1 }, success: true, message: "success" } },
+  { name: "a later envelope does not change a settled call", path: "host",
+    steps: [{ result: ok({ NoNeedUnifyCallBack: true }) }, { deliver: { success: false, message: "late" } }],
+    resolves: { NoNeedUnifyCallBack: true, success: true, message: "success", data: null } },
+  { name: "failure text", path: "now", steps: [{ result: failed({ message: "Invalid param." }) }], rejects: "Invalid param." },
+  { name: "failure without text", path: "now", steps: [{ result: failed() }], rejects: "failed" },
+  { name: "module not registered", path: "now", steps: [{ result: failed({}, false) }], rejects: "Module not registered: JSCallNative" },
+  { name: "async envelope", path: "later",
+    steps: [{ result: ok({ AsynExec: true }) }, { deliver: { success: true, message: "success", data: "C:/a.txt" } }],
+    resolves: { success: true, message: "success", data: "C:/a.txt" } },
+  { name: "async failure", path: "later",
+    steps: [{ result: ok({ AsynExec: true }) }, { deliver: { success: false, message: "cancelled", data: null } }], rejects: "cancelled" },
+  { name: "envelope before the result", path: "later",
+    steps: [{ deliver: { success: true, message: "success", data: 2 } }, { result: ok({ AsynExec: true }) }],
+    resolves: { success: true, message: "success", data: 2 } },
+  { name: "raw answer delivered before a result that settles now", path: "now",
+    steps: [{ deliver: { message: "Invalid method." } }, { result: ok() }], resolves: { success: true, message: "success", data: null } },
+  { name: "host's own answer under callID", path: "callID", steps: [{ result: ok() }, { deliver: { finded: true } }], resolves: { finded: true } },
+  { name: "host answers later under the callback id", path: "hostLater", steps: [{ result: ok() }, { deliver: "body" }], resolves: "body" },
+];
+
+for (const c of cases) {
+  test(`settles: ${c.name}`, async () => {
+    const transport = new FakeTransport();
+    const bridge = new Bridge(transport);
+    const call = bridge.call(spec(c.path), {});
+    const settled = call.then((value) => ({ value }), (error: unknown) => ({ error }));
+    for (const step of c.steps) {
+      if ("result" in step) transport.results[0]!(step.result);
+      else transport.deliver(transport.sent[0]!.callbackId, step.deliver);
+      await tick();
+    }
+    const outcome = await settled;
+    if (c.rejects) {
+      assert.ok("error" in outcome && outcome.error instanceof MoxError, "rejects with MoxError");
+      assert.deepEqual([outcome.error.message, typeof outcome.error.answer], [c.rejects, "object"]);
+    } else {
+      assert.deepEqual(outcome, { value: c.resolves });
+    }
+  });
+}
+
+test("calls get distinct ids; answers reach only their own call", async () => {
+  const transport = new FakeTransport();
+  const bridge = new Bridge(transport);
+  const first = bridge.call(spec("later"), {});
+  const second = bridge.call(spec("later"), {});
+  const [a, b] = transport.sent.map((r) => r.callbackId);
+  assert.notEqual(a, b);
+  transport.results.forEach((resolve) => resolve(ok({ AsynExec: true })));
+  await tick();
+  transport.deliver("no-such-call", { success: true });
+  transport.deliver(b!, { success: true, message: "second" });
+  transport.deliver(a!, { success: true, message: "first" });
+  assert.equal(((await first) as { message: string }).message, "first");
+  assert.equal(((await second) as { message: string }).message, "second");
+});
+
+test("the page's callID goes where the method reads it", () => {
+  const transport = new FakeTransport();
+  const bridge = new Bridge(transport);
+  void bridge.call(spec("callID", { in: "payload", type: "integer" }), { a: 1 });
+  void bridge.call(spec("callID", { in: "params", type: "string" }), { a: 1 });
+  const [top, inParams] = transport.sent;
+  assert.deepEqual([top!.callID, top!.params], [Number(top!.callbackId), { a: 1 }]);
+  assert.deepEqual([inParams!.callID, inParams!.params], [undefined, { a: 1, callID: inParams!.callbackId }]);
+});
+
+test("canIUse is the call's result; a broken transport is not a false", async () => {
+  const transport = new FakeTransport();
+  const mox = createMox(transport);
+  const yes = mox.canIUse("JSDevice.getSystemInfo");
+  const no = mox.canIUse("JSDevice.nothing");
+  const broken = mox.canIUse("JSDevice");
+  assert.deepEqual(transport.sent[0], { module: "JSCallBasic", method: "canIUse", params: { name: "JSDevice.getSystemInfo" }, callbackId: "1" });
+  transport.results[0]!(ok());
+  transport.results[1]!(failed());
+  transport.failures[2]!(new Error("offline"));
+  assert.deepEqual([await yes, await no], [true, false]);
+  await assert.rejects(broken, /offline/);
+});
+
+test("generated functions send their module, method and params", async () => {
+  const transport = new FakeTransport();
+  const mox = createMox(transport);
+  const toast = mox.native.showToast({ content: "hi", type: 2 });
+  const info = mox.device.getSystemInfo();
+  assert.deepEqual(transport.sent.map((r) => [r.module, r.method, r.params]), [
+    ["JSCallNative", "showToast", { content: "hi", type: 2 }],
+    ["JSDevice", "getSystemInfo", {}],
+  ]);
+  transport.results[0]!(ok());
+  transport.results[1]!(ok({ data: { os: "windows" } }));
+  assert.equal((await toast).success, true);
+  assert.equal((await info).data.os, "windows");
+});
