@@ -154,12 +154,13 @@ struct DevServer::Impl {
         }
     }
 
-    // Streams the events `wanted` picks, as `frame` writes them, from the
-    // oldest still kept.
-    void Stream(httplib::Response& res, std::function<std::string(const Json::Value&)> frame) {
+    // Streams the events after number `after` as `frame` writes them (an
+    // empty text skips one).
+    void Stream(httplib::Response& res, uint64_t after,
+                std::function<std::string(const Json::Value&)> frame) {
         res.set_header("Cache-Control", "no-store");
         res.set_chunked_content_provider(
-            "text/event-stream", [this, frame = std::move(frame), cursor = uint64_t{0}](
+            "text/event-stream", [this, frame = std::move(frame), cursor = after](
                                      size_t, httplib::DataSink& sink) mutable {
                 const auto events = hub.WaitAfter(cursor, kKeepAlive);
                 if (hub.Closed()) return false;
@@ -174,6 +175,8 @@ struct DevServer::Impl {
     void PageEvents(const httplib::Request& req, httplib::Response& res) {
         const std::string kind = req.get_param_value("kind");
         const std::string workerId = req.get_param_value("workerId");
+        // A worker stream without "webIndex" hears its worker id on any page.
+        const bool anyPage = kind == "worker" && !req.has_param("webIndex");
         int webIndex = 0;
         try {
             webIndex = req.has_param("webIndex") ? std::stoi(req.get_param_value("webIndex")) : 0;
@@ -183,17 +186,20 @@ struct DevServer::Impl {
         if (kind != "render" && kind != "worker") {
             return SendProblem(res, 400, "\"kind\" must be render or worker");
         }
-        // Web indexes are new for every page served, so a page never hears
-        // an older page's answers; a worker is known by its page and its id.
-        Stream(res, [kind, workerId, webIndex](const Json::Value& event) -> std::string {
-            if (event["event"] != "page" || event["page"] != kind ||
-                event["webindex"].asInt() != webIndex ||
-                (kind == "worker" && event["workerId"].asString() != workerId)) {
-                return {};
-            }
-            const Json::Value& id = event[kind == "render" ? "callId" : "callbackid"];
-            return EventFrame("answer", id.asString(), Compact(event["envelope"]));
-        });
+        // Web indexes are new for every page served, so a page's stream may
+        // start from the oldest event kept (an answer delivered before the
+        // stream opened still arrives). A worker id may be used again by a
+        // reloaded page, so without a web index only new events count.
+        Stream(res, anyPage ? hub.Latest() : 0,
+               [kind, workerId, webIndex, anyPage](const Json::Value& event) -> std::string {
+                   if (event["event"] != "page" || event["page"] != kind ||
+                       (!anyPage && event["webindex"].asInt() != webIndex) ||
+                       (kind == "worker" && event["workerId"].asString() != workerId)) {
+                       return {};
+                   }
+                   const Json::Value& id = event[kind == "render" ? "callId" : "callbackid"];
+                   return EventFrame("answer", id.asString(), Compact(event["envelope"]));
+               });
     }
 
     void Route() {
@@ -236,7 +242,7 @@ struct DevServer::Impl {
             PageEvents(req, res);
         });
         server.Get("/__moxh5/feed", [this](const httplib::Request&, httplib::Response& res) {
-            Stream(res, [](const Json::Value& event) {
+            Stream(res, 0, [](const Json::Value& event) {
                 return EventFrame(nullptr, {}, Compact(event));
             });
         });
