@@ -26,7 +26,7 @@ const count = () => api.modules.reduce((n, m) => n + m.methods.length, 0);
 
 function fieldRows(fields, prefix = "") {
   return fields.flatMap((f) => {
-    const name = f.name === "*" ? "(any other)" : `${q(prefix + f.name)}`;
+    const name = f.name === "*" ? "(any other member)" : q(prefix + f.name);
     const row = `| ${cell(name)} | ${f.type}${f.items ? ` of ${f.items}` : ""} | ${
       f.required ? "yes" : "no"
     } | ${cell(f.doc)} |`;
@@ -35,6 +35,7 @@ function fieldRows(fields, prefix = "") {
 }
 
 function fieldTable(fields) {
+  if (fields.length === 1 && fields[0].name === "*") return [`Any JSON: ${fields[0].doc}`];
   return ["| key | type | required | meaning |", "|---|---|---|---|", ...fieldRows(fields)];
 }
 

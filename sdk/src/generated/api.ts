@@ -292,7 +292,7 @@ export function bindModules(invoke: Invoke) {
       "logisticOrderSelect": (params?: { [key: string]: unknown }) =>
         invoke<unknown>(methodSpecs["JSCallNative.logisticOrderSelect"], params ?? {}),
       /** Forwards a feedback text to the host's message centre, only when the page belongs to the session that is current in the host. Needs no action interface. Pages: render, worker; answer: host. */
-      "FeedBackCommon": (params: { "msg"?: string; "type"?: string; "mallid": string; "csid"?: string; "uid"?: string }) =>
+      "FeedBackCommon": (params?: { "msg"?: string; "type"?: string; "mallid"?: string; "csid"?: string; "uid"?: string }) =>
         invoke<MoxAnswer<null>>(methodSpecs["JSCallNative.FeedBackCommon"], params ?? {}),
       /** The library's fixed version. Never fails, needs nothing. Pages: render, worker; answer: now. */
       "getWorkbenchVersion": (params?: Record<string, unknown>) =>
