@@ -36,7 +36,8 @@ export class DevTransport implements Transport {
 
   constructor(
     private readonly config: DevConfig,
-    private readonly fetchFn: FetchLike = globalThis.fetch as unknown as FetchLike,
+    // fetch must be called on the global object, not on the transport.
+    private readonly fetchFn: FetchLike = (url, init) => (globalThis.fetch as unknown as FetchLike)(url, init),
     openEvents: EventSourceFactory = (url) => new EventSource(url) as unknown as EventSourceLike,
   ) {
     this.page = config.page.kind === "worker" ? "worker" : "render";
