@@ -205,6 +205,9 @@ struct DevServer::Impl {
     void Route() {
         server.new_task_queue = [] { return new httplib::ThreadPool(kServerThreads); };
         server.set_payload_max_length(kMaxBody);
+        // Small answers go out at once instead of waiting for an acknowledgement.
+        server.set_tcp_nodelay(true);
+        server.set_keep_alive_max_count(1000);
         server.set_default_headers({{"Cache-Control", "no-store"},
                                     {"X-Content-Type-Options", "nosniff"},
                                     {"X-Frame-Options", "DENY"}});
