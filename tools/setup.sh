@@ -2,8 +2,8 @@
 # Prepares a Debian machine for building MOXH5:
 #   1. enables Debian's source package indexes (deb-src) if they are missing;
 #   2. installs the native and cross build tools and Wine from Debian packages;
-#   3. builds static jsoncpp, fmt and googletest for each mingw target from
-#      Debian's source packages into <repo>/.deps/<triple>;
+#   3. builds static jsoncpp, fmt, googletest and cpp-httplib (a header) for
+#      each mingw target from Debian's source packages into <repo>/.deps/<triple>;
 #   4. creates the Wine prefix used to run cross-built tests.
 # Safe to run again: installed packages, built dependencies (one stamp file per
 # package and version) and an existing Wine prefix are left alone, so a second
@@ -113,6 +113,8 @@ PACKAGES=(
   wine wine64
   dpkg-dev
   xvfb xauth
+  # moxh5-devhost's HTTP library and the browser its tests drive
+  libcpp-httplib-dev chromium
 )
 
 missing_packages() {
@@ -158,6 +160,7 @@ DEP_LIST=(
   "jsoncpp|libjsoncpp|libjsoncpp-dev"
   "fmt|fmtlib|libfmt-dev"
   "googletest|googletest|libgtest-dev"
+  "cpp-httplib|cpp-httplib|libcpp-httplib-dev"
 )
 
 cmake_args_for() {
@@ -175,6 +178,10 @@ cmake_args_for() {
       echo -DBUILD_GMOCK=ON -DINSTALL_GTEST=ON -Dgtest_disable_pthreads=ON \
         -Dgtest_build_tests=OFF -Dgtest_build_samples=OFF -Dgmock_build_tests=OFF \
         -DBUILD_SHARED_LIBS=OFF ;;
+    cpp-httplib)
+      # Installed as the single header; TLS and compression are not used.
+      echo -DHTTPLIB_COMPILE=OFF -DHTTPLIB_USE_OPENSSL_IF_AVAILABLE=OFF \
+        -DHTTPLIB_USE_ZLIB_IF_AVAILABLE=OFF -DHTTPLIB_USE_BROTLI_IF_AVAILABLE=OFF ;;
   esac
 }
 
