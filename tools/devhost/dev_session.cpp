@@ -132,6 +132,7 @@ bool DevSession::Play(Json::Value input, std::string& problem, Json::Value* resu
     m_result = result;
     m_refusal.clear();
     const bool played = m_player->Play(input, ++m_line);
+    m_player->ForgetCalls();
     m_result = nullptr;
     if (!played) problem = m_refusal;
     return played;

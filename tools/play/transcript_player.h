@@ -41,6 +41,10 @@ public:
     // this way); same events and result as PlayLine.
     bool Play(const Json::Value& input, int number);
 
+    // Drops the host calls recorded so far (they have been reported), so
+    // that a long-running player keeps no history.
+    void ForgetCalls() { m_host.ClearCalls(); }
+
     // A shell-open the library asked for: reported, not performed.
     uintptr_t ShellOpened(const std::wstring& target);
 
