@@ -73,7 +73,7 @@ try {
     const work = panel.locator('.work[data-op="SelectFile"]');
     await work.waitFor(wait);
     await work.locator("textarea").fill('{"data": {"filePath": "C:/orders.xlsx"}}');
-    await panel.screenshot({ path: join(args.out, "devhost-panel.png") });
+    await panel.screenshot({ path: join(args.out, "devhost-panel.png"), fullPage: true });
     await work.locator('[data-action="succeed"]').click();
     await page.locator("#out-files").filter({ hasText: "picked" }).waitFor(wait);
     assert.equal(await page.textContent("#out-files"), 'picked {"filePath":"C:/orders.xlsx"}');
