@@ -1,11 +1,12 @@
 #!/usr/bin/env node
 // Builds the page SDK: type check (tsc --strict), then the two bundles.
-//   node sdk/build.mjs          check and bundle into sdk/dist/
+//   node sdk/build.mjs          check and bundle into sdk/dist/ (moxh5-sdk.mjs with
+//                               its declarations, moxh5-sdk.js for a script tag)
 //   node sdk/build.mjs --test   the same, then the unit tests (node --test)
 //   --out DIR                   bundle into DIR instead (the tests build there too)
 // Exits 77 (a skip for ctest) when the npm packages are not installed.
 import { spawnSync } from "node:child_process";
-import { existsSync, readdirSync } from "node:fs";
+import { existsSync, readdirSync, writeFileSync } from "node:fs";
 import { dirname, join } from "node:path";
 import { fileURLToPath } from "node:url";
 
@@ -31,10 +32,13 @@ run(bin("tsc"), ["-p", join(sdk, "tsconfig.json")]);
 const common = ["--bundle", "--target=es2020", "--log-level=warning"];
 run(bin("esbuild"), [join(sdk, "src/index.ts"), ...common, "--format=esm", `--outfile=${join(dist, "moxh5-sdk.mjs")}`]);
 run(bin("esbuild"), [join(sdk, "src/global.ts"), ...common, "--format=iife", `--outfile=${join(dist, "moxh5-sdk.js")}`]);
+// Type declarations beside the ESM bundle, for pages written in TypeScript.
+run(bin("tsc"), ["-p", join(sdk, "tsconfig.types.json"), "--outDir", join(dist, "types")]);
+writeFileSync(join(dist, "moxh5-sdk.d.mts"), 'export * from "./types/index.js";\n');
 
 if (process.argv.includes("--test")) {
   const tests = readdirSync(join(sdk, "test")).filter((f) => f.endsWith(".test.ts"));
-  const out = join(dist, "test");
+  const out = outIndex > 0 ? join(dist, "test") : join(sdk, ".build");
   run(bin("esbuild"), [...tests.map((f) => join(sdk, "test", f)), ...common, "--platform=node", "--format=esm",
     "--out-extension:.js=.mjs", `--outdir=${out}`]);
   run(process.execPath, ["--test", ...tests.map((f) => join(out, f.replace(/\.ts$/, ".mjs")))]);
