@@ -2,8 +2,8 @@
 # Prepares a Debian machine for building MOXH5:
 #   1. enables Debian's source package indexes (deb-src) if they are missing;
 #   2. installs the native and cross build tools and Wine from Debian packages;
-#   3. builds static jsoncpp, fmt and googletest for each mingw target from
-#      Debian's source packages into <repo>/.deps/<triple>;
+#   3. builds static jsoncpp, fmt, googletest and cpp-httplib (a header) for
+#      each mingw target from Debian's source packages into <repo>/.deps/<triple>;
 #   4. tries to add 32-bit Wine (i386 multiarch and wine32:i386), which runs
 #      the i686 tests; where that fails they are reported as skipped;
 #   5. creates the Wine prefix used to run cross-built tests.
@@ -116,6 +116,8 @@ PACKAGES=(
   wine wine64
   dpkg-dev python3 llvm
   xvfb xauth
+  # moxh5-devhost's HTTP library and the browser its tests drive
+  libcpp-httplib-dev chromium
 )
 
 missing_packages() {
@@ -207,6 +209,7 @@ DEP_LIST=(
   "jsoncpp|libjsoncpp|libjsoncpp-dev"
   "fmt|fmtlib|libfmt-dev"
   "googletest|googletest|libgtest-dev"
+  "cpp-httplib|cpp-httplib|libcpp-httplib-dev"
 )
 
 cmake_args_for() {
@@ -224,6 +227,10 @@ cmake_args_for() {
       echo -DBUILD_GMOCK=ON -DINSTALL_GTEST=ON -Dgtest_disable_pthreads=ON \
         -Dgtest_build_tests=OFF -Dgtest_build_samples=OFF -Dgmock_build_tests=OFF \
         -DBUILD_SHARED_LIBS=OFF ;;
+    cpp-httplib)
+      # Installed as the single header; TLS and compression are not used.
+      echo -DHTTPLIB_COMPILE=OFF -DHTTPLIB_USE_OPENSSL_IF_AVAILABLE=OFF \
+        -DHTTPLIB_USE_ZLIB_IF_AVAILABLE=OFF -DHTTPLIB_USE_BROTLI_IF_AVAILABLE=OFF ;;
   esac
 }
 

@@ -301,6 +301,10 @@ bool TranscriptPlayer::PlayLine(const std::string& line, int number) {
     std::string error;
     if (!ParseLine(text, input, error))
         return Refuse(number, "not JSON: " + OneLine(Trimmed(error)));
+    return Play(input, number);
+}
+
+bool TranscriptPlayer::Play(const Json::Value& input, int number) {
     if (!input.isObject()) return Refuse(number, "a line must be a JSON object");
     const Json::Value& kind = input["do"];
     if (!kind.isString())

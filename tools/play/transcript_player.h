@@ -9,10 +9,10 @@
 
 #include <json/value.h>
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
-#include <cstdint>
 #include <string>
 
 #include "tools/recording_host/recording_host.h"
@@ -37,6 +37,13 @@ public:
     // starting with '#' are skipped. Returns false when the line was refused
     // (an "error" event names it).
     bool PlayLine(const std::string& line, int number);
+    // Plays one input already read as JSON (the dev host builds its inputs
+    // this way); same events and result as PlayLine.
+    bool Play(const Json::Value& input, int number);
+
+    // Drops the host calls recorded so far (they have been reported), so
+    // that a long-running player keeps no history.
+    void ForgetCalls() { m_host.ClearCalls(); }
 
     // A shell-open the library asked for: reported, not performed.
     uintptr_t ShellOpened(const std::wstring& target);

@@ -1,0 +1,101 @@
+// moxh5-devhost: runs a page developer's folder in a browser against the
+// real library. It serves the folder on 127.0.0.1 with the SDK's dev
+// transport injected into every HTML page, hands each page call to the
+// library's Execute through the reference host, and shows every host
+// operation on a control panel where pending work is finished by hand.
+//
+//   moxh5-devhost [--port N] [--sdk FILE] [--logs[=PRIORITY]] FOLDER
+//
+// --port 0 (the default) picks a free port. The page and panel addresses are
+// printed on standard output; the panel's carries the run's token.
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "MoxLog.h"
+#include "tools/devhost/dev_server.h"
+#include "tools/devhost/request_rules.h"
+
+namespace {
+
+int Usage(const std::string& problem) {
+    std::fprintf(stderr,
+                 "moxh5-devhost: %s\n"
+                 "usage: moxh5-devhost [--port N] [--sdk FILE] [--logs[=PRIORITY]] FOLDER\n",
+                 problem.c_str());
+    return 2;
+}
+
+bool ParseNumber(const std::string& text, long low, long high, int& value) {
+    char* end = nullptr;
+    const long number = std::strtol(text.c_str(), &end, 10);
+    if (text.empty() || *end || number < low || number > high) return false;
+    value = static_cast<int>(number);
+    return true;
+}
+
+bool ParseArguments(int argc, char** argv, moxh5::devhost::ServerOptions& options,
+                    std::string& problem) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        const bool hasValue = i + 1 < argc;
+        if (arg == "--port" && hasValue) {
+            if (!ParseNumber(argv[++i], 0, 65535, options.port)) {
+                problem = "--port takes a number from 0 to 65535";
+                return false;
+            }
+        } else if (arg == "--sdk" && hasValue) {
+            options.sdkFile = std::filesystem::u8path(argv[++i]);
+        } else if (arg == "--logs") {
+            options.logThreshold = LOG_PRIORITY_DEBUG;
+        } else if (arg.rfind("--logs=", 0) == 0) {
+            if (!ParseNumber(arg.substr(7), 100, 700, options.logThreshold)) {
+                problem = "--logs takes a priority from 100 to 700";
+                return false;
+            }
+        } else if (!arg.empty() && arg[0] == '-') {
+            problem = "unknown option or missing value: " + arg;
+            return false;
+        } else if (options.root.empty()) {
+            options.root = std::filesystem::u8path(arg);
+        } else {
+            problem = "only one folder";
+            return false;
+        }
+    }
+    if (options.root.empty()) {
+        problem = "which folder?";
+        return false;
+    }
+    std::error_code error;
+    if (!std::filesystem::is_directory(options.root, error)) {
+        problem = "not a folder: " + options.root.u8string();
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    moxh5::devhost::ServerOptions options;
+    options.sdkFile = std::filesystem::u8path(MOXH5_DEFAULT_SDK);
+    options.logThreshold = LOG_PRIORITY_INFO;
+    std::string problem;
+    if (!ParseArguments(argc, argv, options, problem)) return Usage(problem);
+    options.token = moxh5::devhost::NewToken();
+
+    moxh5::devhost::DevServer server(options);
+    const int port = server.Bind();
+    if (port < 0) {
+        std::fprintf(stderr, "moxh5-devhost: cannot listen on 127.0.0.1:%d\n", options.port);
+        return 1;
+    }
+    const std::string base = "http://127.0.0.1:" + std::to_string(port);
+    std::printf("moxh5-devhost: serving %s\n  page:  %s/\n  panel: %s/__moxh5/panel?token=%s\n",
+                options.root.u8string().c_str(), base.c_str(), base.c_str(), options.token.c_str());
+    std::fflush(stdout);
+    server.Serve();
+    return 0;
+}
