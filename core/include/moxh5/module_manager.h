@@ -102,7 +102,7 @@ public:
     // Replaces the page policy as a whole (moxh5/page_policy.h). A start-up
     // call, like SetCallback: the policy is read without locks afterwards.
     // Until it is called, the default (safe) policy is in force.
-    void SetPagePolicy(MoxPagePolicy policy);
+    MOXH5_API void SetPagePolicy(MoxPagePolicy policy);
     const MoxPagePolicy& GetPagePolicy() const { return m_pagePolicy; }
 
     IH5ActionImplCallBack* GetCallback() const { return m_callback; }
