@@ -88,7 +88,8 @@ TEST(Dispatch, NullRequestOrMissingMethodRunsNoHandler) {
             if (!data) continue;  // the completion dispatch takes no null request
             int completed = 0;
             EXPECT_TRUE(detail::DispatchWithCompletion(
-                "JSTest", withCompletion, data, [&completed] { return ++completed > 0; }, answer, kSite));
+                "JSTest", withCompletion, data, [&completed] { return ++completed > 0; }, answer,
+                kSite));
             EXPECT_EQ(completed, 1);
             EXPECT_TRUE(answer.isNull());
         }
@@ -194,11 +195,15 @@ TEST(HandlerGuard, FailedCopyIsLoggedReportedAndNull) {
     ScopedLogCapture log;
     ScopedReportCapture reports;
     const Json::Value source = ParseJson(R"({"replyMessage":{"content":"hi"}})");
-    EXPECT_EQ(detail::GuardedCopy(source, "sendFaseReply"), source);
+    const detail::CallSite site{"H5NativeWorker.cpp", 76, "H5NativeWorker::sendFaseReply"};
+    EXPECT_EQ(detail::GuardedCopy(source, "sendFaseReply", site), source);
     EXPECT_TRUE(reports->Reports().empty());
 
-    EXPECT_TRUE(detail::GuardedCopyUsing(source, "sendFaseReply", ThrowingCopy).isNull());
-    EXPECT_TRUE(log->Contains("refine_json_wrong, caller: sendFaseReply"));
+    EXPECT_TRUE(detail::GuardedCopyUsing(source, "sendFaseReply", site, ThrowingCopy).isNull());
+    const auto lines = log->Matching("refine_json_wrong, caller: sendFaseReply");
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].file + " " + lines[0].function,
+              "H5NativeWorker.cpp H5NativeWorker::sendFaseReply");
     ASSERT_EQ(reports->Reports().size(), 1u);
     const WorkbenchReportRecord r = reports->Reports()[0];
     EXPECT_EQ(r.id, 70332);

@@ -211,6 +211,43 @@ TEST(HostilePage, RequestsCarryNoForeignUrlsOrLineBreaks) {
     EXPECT_EQ(host.Calls().size(), 0u);
 }
 
+// Test that a client link carries only the session's mall, escaped, and nothing that would cut
+// or extend the link where the host passes it on.
+TEST(HostilePage, ClientLinksCarryOnlyTheSessionsMall) {
+    const struct {
+        const char* target;
+        const char* mallId;
+        const char* link;  // null: refused with "Invalid param."
+    } kLinks[] = {
+        {"openexternalclient://order?sn=1", "1001", "moxclient://open/order?sn=1&mallId=1001"},
+        {"openexternalclient://order?mallId=9&sn=1&MALLID=8", "1001",
+         "moxclient://open/order?sn=1&mallId=1001"},
+        {"openexternalclient://order?mallId=9", "1001", "moxclient://open/order?&mallId=1001"},
+        {"openexternalclient://order", "m&x=1 /", "moxclient://open/order&mallId=m%26x%3D1%20%2F"},
+        {"openexternalclient://order?sn=1#", "1001", nullptr},
+        {"openexternalclient://order?sn=1 &x=2", "1001", nullptr},
+        {"openexternalclient://order?sn=1\r\nx", "1001", nullptr},
+    };
+    for (const auto& c : kLinks) {
+        RecordingHost host;
+        ScriptPageSession(host);
+        host.SetMallId("", c.mallId);
+        ScopedActionInterface installed(&host);
+        ScopedUserCenter users(&host);
+        Json::Value params;
+        params["targetUrl"] = c.target;
+        const std::string answer = CallOf("openWebUseBrowser", params);
+        const auto opened = host.CallsOf("OpenClientLink");
+        if (!c.link) {
+            EXPECT_EQ(answer, R"({"message":"Invalid param."} false)") << c.target;
+            EXPECT_TRUE(opened.empty()) << c.target;
+            continue;
+        }
+        ASSERT_EQ(opened.size(), 1u) << c.target;
+        EXPECT_EQ(opened[0].args["link"].asString(), c.link);
+    }
+}
+
 // Test that a method the host's filter denies answers as an unknown one, in every
 // dispatch form, and that "canIUse" says it is unavailable.
 TEST(HostilePage, DeniedMethodsLookUnknown) {

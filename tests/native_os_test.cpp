@@ -37,33 +37,40 @@ TEST(MsgCenter, ReadsTheFirst49CharactersAsADecimalNumber) {
 constexpr uint32_t kFeedbackMessage = 3214;
 constexpr uintptr_t kCentreWindow = 0x4242;
 
-// A host whose current session "s-1" has mall "1001", account "cs-7", buyer "u-5".
+// A host whose current session is the one MakeCall's pages belong to, with mall "1001", account
+// "cs-7", buyer "u-5".
+constexpr char kSession[] = "mall-1|cs-1";
 struct CurrentSession {
     CurrentSession() {
-        host.SetCurrentMallCsId("s-1");
-        host.SetMallId("s-1", "1001");
-        host.SetCsId("s-1", "cs-7");
-        host.SetCurrentUid("s-1", "u-5");
+        host.SetCurrentMallCsId(kSession);
+        host.SetMallId(kSession, "1001");
+        host.SetCsId(kSession, "cs-7");
+        host.SetCurrentUid(kSession, "u-5");
     }
     RecordingHost host;
     ScopedUserCenter users{&host};
 };
 
 // Sends feedback; the page is always told nothing, and the call succeeds.
-void Feedback(const char* params) {
+void Feedback(const char* params, const char* requestSession = kSession) {
     Json::Value answer;
-    EXPECT_TRUE(RunCall("JSCallNative", MakeCall("FeedBackCommon", ParseJson(params)), answer));
+    mox_h5_module_data call = MakeCall("FeedBackCommon", ParseJson(params));
+    call.mallcsid = requestSession;
+    EXPECT_TRUE(RunCall("JSCallNative", call, answer));
     EXPECT_EQ(Compact(answer), kKeptFlag) << params;
 }
 
-// Test which pages count as the current session's: mall exactly, account and buyer when given.
+// Test which pages count as the current session's: the request's own session, then mall exactly,
+// account and buyer when given.
 TEST(NativeFeedback, OnlyTheCurrentSessionReachesTheMessageCentre) {
     const struct {
         const char* params;
         bool posted;
         size_t uidAsked;
+        const char* requestSession = kSession;
     } cases[] = {
         {R"({"mallid":"1001"})", true, 0},
+        {R"({"mallid":"1001","csid":"cs-7","uid":"u-5"})", false, 0, "mall-2|cs-1"},
         {R"({"mallid":"1001","csid":"cs-7","uid":"u-5"})", true, 1},
         {R"({"mallid":"1002","csid":"cs-7","uid":"u-5"})", false, 0},
         {R"({"mallid":"1001 "})", false, 0},
@@ -78,10 +85,12 @@ TEST(NativeFeedback, OnlyTheCurrentSessionReachesTheMessageCentre) {
         session.host.ClearCalls();
         ScopedPostReceiver receiver;
         ScopedLogCapture log;
-        Feedback(c.params);
+        Feedback(c.params, c.requestSession);
         EXPECT_EQ(receiver.posts.size(), c.posted ? 1u : 0u);
-        EXPECT_EQ(session.host.CallsOf("GetMallId").at(0).args["mallcsid"], "s-1");
-        EXPECT_EQ(session.host.CallsOf("GetCsId").at(0).args["mallcsid"], "s-1");
+        if (c.requestSession == kSession) {
+            EXPECT_EQ(session.host.CallsOf("GetMallId").at(0).args["mallcsid"], kSession);
+            EXPECT_EQ(session.host.CallsOf("GetCsId").at(0).args["mallcsid"], kSession);
+        }
         EXPECT_EQ(session.host.CountOf("GetCurrentUid"), c.uidAsked);
         const auto notCurrent = log->Matching("Not Cur Session.");
         ASSERT_EQ(notCurrent.size(), c.posted ? 0u : 1u);

@@ -46,10 +46,12 @@ struct CheckedCall {
 CheckedCall RequireCall(const mox_h5_module_data* data, Json::Value& answer, const CallSite& site);
 
 // A copy of `source` that never throws: when the copy fails (allocation), logs
-// "refine_json_wrong, caller: <caller>", sends report 70332 and gives null.
-Json::Value GuardedCopy(const Json::Value& source, const char* caller) noexcept;
+// "refine_json_wrong, caller: <caller>" under the caller's `site`, sends report
+// 70332 and gives null.
+Json::Value GuardedCopy(const Json::Value& source, const char* caller,
+                        const CallSite& site) noexcept;
 // The same with the copy step given, so that tests can make it fail.
-Json::Value GuardedCopyUsing(const Json::Value& source, const char* caller,
+Json::Value GuardedCopyUsing(const Json::Value& source, const char* caller, const CallSite& site,
                              Json::Value (*copy)(const Json::Value&)) noexcept;
 
 // Lets the unified callback answer this call (handlers that answer through it

@@ -62,11 +62,12 @@ CheckedCall RequireCall(const mox_h5_module_data* data, Json::Value& answer, con
     return call;
 }
 
-Json::Value GuardedCopy(const Json::Value& source, const char* caller) noexcept {
-    return GuardedCopyUsing(source, caller, [](const Json::Value& v) { return v; });
+Json::Value GuardedCopy(const Json::Value& source, const char* caller,
+                        const CallSite& site) noexcept {
+    return GuardedCopyUsing(source, caller, site, [](const Json::Value& v) { return v; });
 }
 
-Json::Value GuardedCopyUsing(const Json::Value& source, const char* caller,
+Json::Value GuardedCopyUsing(const Json::Value& source, const char* caller, const CallSite& site,
                              Json::Value (*copy)(const Json::Value&)) noexcept {
     try {
         return copy(source);
@@ -75,7 +76,7 @@ Json::Value GuardedCopyUsing(const Json::Value& source, const char* caller,
     // Reporting allocates too; when memory is that short, the null value is
     // all that can be done.
     try {
-        CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, __FILE__, __LINE__, caller,
+        CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
                               "refine_json_wrong, caller: %s", caller);
         ReportCopyFailure(caller);
     } catch (...) {

@@ -40,10 +40,14 @@ struct Feedback {
 };
 
 // Whether the page belongs to the session that is current in the host: the
-// same mall exactly, and the same customer-service account and buyer where
+// request comes from that session's page (the mall id a page claims in its
+// params alone would let another shop's page post into the current session),
+// the same mall exactly, and the same customer-service account and buyer where
 // the page names them.
-bool IsCurrentSession(IUserCenter& users, const Feedback& page) {
+bool IsCurrentSession(IUserCenter& users, const std::string& requestMallCsId,
+                      const Feedback& page) {
     const std::string current = users.GetCurrentMallCsId();
+    if (current != requestMallCsId) return false;
     const std::string mallId = users.GetMallId(current);
     const std::string csId = users.GetCsId(current);
     if (page.mallid != mallId) return false;
@@ -87,7 +91,7 @@ bool H5NativeWorker::feedBack(const mox_h5_module_data* data, Json::Value& answe
         moxh5::detail::LogFalseIn(NATIVE_SITE(kFunction));
         return false;
     }
-    if (!IsCurrentSession(*users, page)) {
+    if (!IsCurrentSession(*users, data->mallcsid, page)) {
         NATIVE_LOG(LOG_PRIORITY_WARNING, kFunction, "Not Cur Session.");
         return true;
     }

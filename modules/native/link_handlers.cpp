@@ -6,6 +6,11 @@
 // render pages only.
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cctype>
+#include <optional>
+#include <string_view>
+
 #include "StrictUrl.h"
 #include "core/detail/answer.h"
 #include "core/detail/guard.h"
@@ -42,10 +47,70 @@ bool StartsWith(const std::string& text, const char* prefix, size_t length) {
     return text.compare(0, length, prefix, length) == 0;
 }
 
+// Whether a byte may stand in the page's part of a client link: no control
+// characters or spaces, which could end or split the link where the host
+// passes it on, and no "#", which would push the mall argument appended after
+// it into a fragment that the client never reads.
+bool FitsClientLink(unsigned char c) { return c > 0x20 && c != 0x7F && c != '#'; }
+
+bool NamesMallId(std::string_view argument) {
+    constexpr std::string_view kName = "mallid";
+    const std::string_view name = argument.substr(0, argument.find('='));
+    if (name.size() != kName.size()) return false;
+    for (size_t i = 0; i < name.size(); ++i) {
+        if (std::tolower(static_cast<unsigned char>(name[i])) != kName[i]) return false;
+    }
+    return true;
+}
+
+// The page's part of a client link, without any mall argument of its own:
+// the mall comes from the page's session only. Null when it cannot be used.
+std::optional<std::string> PagePartOfClientLink(std::string_view rest) {
+    for (const char c : rest) {
+        if (!FitsClientLink(static_cast<unsigned char>(c))) return std::nullopt;
+    }
+    const size_t query = rest.find('?');
+    if (query == std::string_view::npos) return std::string(rest);
+    std::string kept(rest.substr(0, query + 1));
+    size_t start = query + 1;
+    for (;;) {
+        const size_t end = std::min(rest.find('&', start), rest.size());
+        const std::string_view argument = rest.substr(start, end - start);
+        if (!NamesMallId(argument)) {
+            if (kept.back() != '?') kept += '&';
+            kept.append(argument);
+        }
+        if (end == rest.size()) break;
+        start = end + 1;
+    }
+    return kept;
+}
+
+// `text` with every byte but the unreserved ones percent-encoded, for a value
+// in a link's query.
+std::string QueryValue(const std::string& text) {
+    std::string encoded;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (std::isalnum(byte) || c == '-' || c == '.' || c == '_' || c == '~') {
+            encoded += c;
+        } else {
+            encoded += fmt::format("%{:02X}", byte);
+        }
+    }
+    return encoded;
+}
+
 // A client link: the host's prefix, the rest of the page's link, and the mall
 // of the page's session. The host opens it.
 bool OpenInClient(const mox_h5_module_data& data, const Json::Value& params,
                   const std::string& targetUrl, Json::Value& answer, const CallSite& site) {
+    const std::optional<std::string> pagePart =
+        PagePartOfClientLink(std::string_view(targetUrl).substr(kClientLinkSchemeLength));
+    if (!pagePart) {
+        answer[key::kMessage] = text::kInvalidParam;
+        return false;
+    }
     IH5ActionImplCallBack* host = moxh5::detail::RequireActionInterface(answer, site);
     if (!host) return false;
     IUserCenter* users = moxh5::native::RequireUserCenter(site);
@@ -55,9 +120,9 @@ bool OpenInClient(const mox_h5_module_data& data, const Json::Value& params,
         moxh5::detail::LogFalseIn(site);
         return false;
     }
-    link.append(targetUrl, kClientLinkSchemeLength, std::string::npos);
+    link += *pagePart;
     link += kMallIdArgument;
-    link += users->GetMallId(data.mallcsid);
+    link += QueryValue(users->GetMallId(data.mallcsid));
     return host->OpenClientLink(&data, link,
                                 mox_json::GetJsonValueToInt(params, "targetUrlType", site.function),
                                 mox_json::GetJsonValueToString(params, "msg_id", site.function));

@@ -73,7 +73,8 @@ bool H5NativeWorker::sendFaseReply(const mox_h5_module_data* data, Json::Value& 
     // reply is empty and still goes to the host.
     const Json::Value* replyMessage = FindMember(*call.params, "replyMessage");
     const Json::Value reply =
-        GuardedCopy(replyMessage ? *replyMessage : Json::Value::nullSingleton(), "sendFaseReply");
+        GuardedCopy(replyMessage ? *replyMessage : Json::Value::nullSingleton(), "sendFaseReply",
+                    NATIVE_SITE(kFunction));
     return call.host->SendFaseReply(data,
                                     mox_json::GetJsonValueToString(reply, "content", kFunction));
 }
@@ -87,8 +88,8 @@ bool H5NativeWorker::shareGoods(const mox_h5_module_data* data, Json::Value& ans
     const Json::Value* goodsInfo = FindMember(*call.params, "goodsInfo");
     if (!goodsInfo) return false;
     const std::wstring goodsName = mox_json::GetJsonValueToUtf8WString(
-        GuardedCopy(*goodsInfo, "shareGoods"), "goods_name", kFunction);
+        GuardedCopy(*goodsInfo, "shareGoods", NATIVE_SITE(kFunction)), "goods_name", kFunction);
     const std::string shareUrl = mox_json::GetJsonValueToString(
-        GuardedCopy(*goodsInfo, "shareGoods"), "share_url", kFunction);
+        GuardedCopy(*goodsInfo, "shareGoods", NATIVE_SITE(kFunction)), "share_url", kFunction);
     return call.host->ShareGoods(shareUrl, goodsName);
 }

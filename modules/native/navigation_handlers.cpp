@@ -93,8 +93,8 @@ bool H5NativeWorker::pageChange(const mox_h5_module_data* data, Json::Value& ans
     const Json::Value* params = RequireObjectParams(*data, answer, NATIVE_SITE(kFunction));
     if (!params) return false;
 
-    const std::string page =
-        mox_json::GetJsonValueToString(GuardedCopy(*params, "pageChange"), "page", kFunction);
+    const std::string page = mox_json::GetJsonValueToString(
+        GuardedCopy(*params, "pageChange", NATIVE_SITE(kFunction)), "page", kFunction);
     if (page.empty()) {
         answer[key::kMessage] = text::kInvalidParam;
         return false;
@@ -123,8 +123,8 @@ bool H5NativeWorker::windowsDownLoad(const mox_h5_module_data* data, Json::Value
     const Json::Value* params = RequireObjectParams(*data, answer, NATIVE_SITE(kFunction));
     if (!params) return false;
 
-    const std::string url =
-        mox_json::GetJsonValueToString(GuardedCopy(*params, "windowsDownLoad"), "url", kFunction);
+    const std::string url = mox_json::GetJsonValueToString(
+        GuardedCopy(*params, "windowsDownLoad", NATIVE_SITE(kFunction)), "url", kFunction);
     return Say(answer, !url.empty() && ShellOpened(url, NATIVE_SITE(kFunction)), "download ok",
                "download failed");
 }
@@ -142,9 +142,10 @@ bool H5NativeWorker::oneClickUpdate(const mox_h5_module_data* data, Json::Value&
 
     bool updated = false;
     if (params->isMember("jump")) {
-        updated = ShellOpened(mox_json::GetJsonValueToString(GuardedCopy(*params, "oneClickUpdate"),
-                                                             "jump", kFunction),
-                              NATIVE_SITE(kFunction));
+        updated = ShellOpened(
+            mox_json::GetJsonValueToString(
+                GuardedCopy(*params, "oneClickUpdate", NATIVE_SITE(kFunction)), "jump", kFunction),
+            NATIVE_SITE(kFunction));
     }
     return Say(answer, updated, "update ok", "update failed");
 }

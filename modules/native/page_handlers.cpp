@@ -23,8 +23,8 @@ bool H5NativeWorker::workerOnLoad(const mox_h5_module_data* data, Json::Value& a
     NATIVE_TRACE_JSON(kFunction, "[MoxH5] WorkerLoaded content: %s", data->payload);
     const Json::Value* params = RequireObjectParams(*data, answer, NATIVE_SITE(kFunction));
     if (!params) return false;
-    const std::string pageName =
-        mox_json::GetJsonValueToString(GuardedCopy(*params, "workerOnLoad"), "pageName", kFunction);
+    const std::string pageName = mox_json::GetJsonValueToString(
+        GuardedCopy(*params, "workerOnLoad", NATIVE_SITE(kFunction)), "pageName", kFunction);
     return host->WorkerOnLoad(data, pageName, 0);
 }
 
@@ -41,7 +41,8 @@ bool H5NativeWorker::logisticOrderSelect(const mox_h5_module_data* data, Json::V
     IH5ActionImplCallBack* host = RequireRequestAndHost(data, answer, NATIVE_SITE(kFunction));
     if (!host) return false;
     const int callId = mox_json::GetJsonValueToInt(
-        GuardedCopy(data->payload, "logisticOrderSelect"), "callID", kFunction);
+        GuardedCopy(data->payload, "logisticOrderSelect", NATIVE_SITE(kFunction)), "callID",
+        kFunction);
     return host->LogisticOrderSelect(data->payload, data, data->webindex, callId);
 }
 

@@ -23,7 +23,7 @@ bool AskHost(const mox_h5_module_data* data, Json::Value& answer,
     IH5ActionImplCallBack* host = moxh5::detail::RequireRequestAndHost(data, answer, site);
     if (!host) return false;
     const int callId = mox_json::GetJsonValueToInt(
-        moxh5::detail::GuardedCopy(data->payload, jsName), "callID", site.function);
+        moxh5::detail::GuardedCopy(data->payload, jsName, site), "callID", site.function);
     return (host->*query)(data, data->webindex, callId);
 }
 

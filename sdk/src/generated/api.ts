@@ -291,7 +291,7 @@ export function bindModules(invoke: Invoke) {
       /** Asks the host to select a logistics order; the host answers under the page's "callID". Pages: render; answer: callID. */
       "logisticOrderSelect": (params?: { [key: string]: unknown }) =>
         invoke<unknown>(methodSpecs["JSCallNative.logisticOrderSelect"], params ?? {}),
-      /** Forwards a feedback text to the host's message centre, only when the page belongs to the session that is current in the host. Needs no action interface. Pages: render, worker; answer: host. */
+      /** Forwards a feedback text to the host's message centre, only when the page belongs to the session that is current in the host: the request's own session must be the current one, and the mall id the page names must be that session's. Needs no action interface. Pages: render, worker; answer: host. */
       "FeedBackCommon": (params?: { "msg"?: string; "type"?: string; "mallid"?: string; "csid"?: string; "uid"?: string }) =>
         invoke<MoxAnswer<null>>(methodSpecs["JSCallNative.FeedBackCommon"], params ?? {}),
       /** The library's fixed version. Never fails, needs nothing. Pages: render, worker; answer: now. */
