@@ -93,6 +93,16 @@ try {
     await panel.locator("#activity li", { hasText: "SelectFile" }).first().waitFor(wait);
     await panel.locator("#activity li", { hasText: "getWorkbenchVersion" }).first().waitFor(wait);
   });
+  await check("the page policy set on the panel decides what reaches the shell", async () => {
+    const download = (url) => page.evaluate((u) => moxh5.native.windowsDownLoad({ url: u })
+      .then(() => "opened", (error) => error.message), url);
+    assert.equal(await download("ftp://files.example/x.zip"), "download failed");
+    await panel.fill("#shellSchemes", "https, ftp");
+    await panel.click("#applyPolicy");
+    await panel.locator("#note", { hasText: "Host settings applied." }).waitFor(wait);
+    assert.equal(await download("ftp://files.example/x.zip"), "opened");
+    assert.equal(await download("file:///etc/passwd"), "download failed");
+  });
   await check("only the token, a loopback Host and the page's own origin drive the dev host", async () => {
     const call = JSON.stringify({ module: "JSCallBasic", method: "canIUse", params: { name: "JSStorage" }, page: { kind: "render" } });
     const json = { "Content-Type": "application/json" };
