@@ -94,8 +94,8 @@ TEST(JsonText, RefusesWhatIsNotOneJsonValue) {
         EXPECT_FALSE(ParseJson(text, value)) << text;
     }
     Json::Value value;
-    EXPECT_FALSE(ParseJson(std::string(1001, '[') + std::string(1001, ']'), value));
-    EXPECT_TRUE(ParseJson(std::string(1000, '[') + std::string(1000, ']'), value));
+    EXPECT_FALSE(ParseJson(std::string(129, '[') + std::string(129, ']'), value));
+    EXPECT_TRUE(ParseJson(std::string(128, '[') + "1" + std::string(128, ']'), value));
 }
 
 }  // namespace

@@ -6,7 +6,8 @@
 // strings without raw control characters, escapes decoded to UTF-8 (a lone
 // surrogate is refused); integers kept as Int64 or UInt64 when they fit,
 // other numbers as double; a repeated member keeps its last value; nesting
-// deeper than 1000 is refused. Bytes of 0x80 and above pass as they are.
+// deeper than kMaxJsonDepth (128, core/detail/payload_limits.h) is refused.
+// Bytes of 0x80 and above pass as they are.
 //
 // Writing gives no spaces, members in the value's order (sorted by name),
 // characters other than the quote, the backslash and control characters as
@@ -27,8 +28,8 @@ namespace moxh5::detail {
 bool ParseJson(std::string_view text, Json::Value& value);
 
 // Parses `text`, which must be one JSON object, member by member: calls
-// visit(context, key, value) for each in order (the value may be moved from)
-// and stops with false when a member does not read or visit answers false.
+// visit(context, key, value) for each in order (the value may be moved from;
+// each may nest kMaxJsonDepth deep on its own) and stops with false when a member does not read or visit answers false.
 // Faster than ParseJson when the members are wanted one by one.
 using JsonMemberVisitor = bool (*)(void* context, const std::string& key, Json::Value& value);
 bool ParseJsonMembers(std::string_view text, JsonMemberVisitor visit, void* context);

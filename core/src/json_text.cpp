@@ -5,10 +5,11 @@
 #include <charconv>
 #include <cstdint>
 
+#include "core/detail/payload_limits.h"
+#include "moxh5/utf8.h"
+
 namespace moxh5::detail {
 namespace {
-
-constexpr int kMaxDepth = 1000;
 
 class Reader {
 public:
@@ -34,7 +35,8 @@ public:
                 SkipSpace();
                 if (!Take(':')) return false;
                 SkipSpace();
-                if (!Value(value, 1) || !visit(context, key, value)) return false;
+                // Each member nests on its own, as a payload does through Execute.
+                if (!Value(value, 0) || !visit(context, key, value)) return false;
                 SkipSpace();
                 if (Take('}')) break;
                 if (!Take(',')) return false;
@@ -66,13 +68,15 @@ private:
         return true;
     }
 
+    // `depth`: the containers around the value. The reader recurses once per
+    // container, so the bound also bounds its stack.
     bool Value(Json::Value& value, int depth) {
-        if (m_at == m_end || depth >= kMaxDepth) return false;
+        if (m_at == m_end) return false;
         switch (*m_at) {
             case '{':
-                return Object(value, depth + 1);
+                return depth < kMaxJsonDepth && Object(value, depth + 1);
             case '[':
-                return Array(value, depth + 1);
+                return depth < kMaxJsonDepth && Array(value, depth + 1);
             case '"': {
                 std::string text;
                 if (!String(text)) return false;
@@ -154,21 +158,7 @@ private:
             if (!Literal("\\u") || !Hex4(low) || low < 0xDC00 || low > 0xDFFF) return false;
             point = 0x10000 + ((point - 0xD800) << 10) + (low - 0xDC00);
         }
-        if (point < 0x80) {
-            out += static_cast<char>(point);
-        } else if (point < 0x800) {
-            out += static_cast<char>(0xC0 | (point >> 6));
-            out += static_cast<char>(0x80 | (point & 0x3F));
-        } else if (point < 0x10000) {
-            out += static_cast<char>(0xE0 | (point >> 12));
-            out += static_cast<char>(0x80 | ((point >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (point & 0x3F));
-        } else {
-            out += static_cast<char>(0xF0 | (point >> 18));
-            out += static_cast<char>(0x80 | ((point >> 12) & 0x3F));
-            out += static_cast<char>(0x80 | ((point >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (point & 0x3F));
-        }
+        utf8::Append(out, point);
         return true;
     }
 
