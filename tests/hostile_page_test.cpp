@@ -203,12 +203,19 @@ TEST(HostilePage, RequestsCarryNoForeignUrlsOrLineBreaks) {
     ScopedPagePolicy policy;
     RecordingHost host;
     ScopedActionInterface installed(&host);
+    ScopedLogCapture log;
     for (const auto& c : kCalls) {
         EXPECT_EQ(CallOf(c.method, ParseJson(c.params), /*isWorker=*/true, c.module),
                   R"({"message":"Invalid param."} false)")
             << c.params;
     }
     EXPECT_EQ(host.Calls().size(), 0u);
+    // Their traces neither break lines nor show the cookies.
+    EXPECT_TRUE(log->Contains(R"("cookie":"[redacted]")"));
+    for (const MoxLogRecord& line : log->Records()) {
+        EXPECT_EQ(line.text.find_first_of("\r\n"), std::string::npos) << line.text;
+        EXPECT_EQ(line.text.find("a=1"), std::string::npos) << line.text;
+    }
 }
 
 // Test that a method the host's filter denies answers as an unknown one, in every

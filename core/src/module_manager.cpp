@@ -49,9 +49,8 @@ std::string MethodNameOf(const Json::Value& payload) noexcept {
 void LogEscapedException(const char* function, const Json::Value& payload,
                          const char* what) noexcept {
     try {
-        CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, __FILE__, __LINE__, function,
-                              "[MoxH5] exception in %s, method %s: %s", function,
-                              MethodNameOf(payload).c_str(), what);
+        MOX_LOG(LOG_PRIORITY_ERROR, function, "[MoxH5] exception in %s, method %s: %s", function,
+                MethodNameOf(payload).c_str(), what);
     } catch (...) {
     }
 }
