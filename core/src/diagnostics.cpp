@@ -147,8 +147,8 @@ std::string LogJsonText(const Json::Value& value) {
 
 std::string JsonText(const Json::Value& value) {
     // Built once and never destroyed: host threads may still write answers
-    // while the library unloads. Writing through a const factory is safe
-    // from many threads.
+    // while the library unloads (docs/architecture.md, "Statics"). Writing
+    // through a const factory is safe from many threads.
     static const Json::StreamWriterBuilder& builder = *new Json::StreamWriterBuilder();
     return Json::writeString(builder, value);
 }

@@ -48,7 +48,8 @@ private:
     std::deque<std::wstring> m_order;
 };
 
-// Never destroyed: host threads may complete work while the library unloads.
+// Never destroyed: host threads may complete work while the library unloads
+// (docs/architecture.md, "Statics").
 HandedFiles& TheHandedFiles() {
     static HandedFiles* files = new HandedFiles;
     return *files;
