@@ -344,9 +344,9 @@ public:
             }
             case Json::arrayValue: {
                 m_out.Put('[');
-                for (Json::ArrayIndex i = 0; i < value.size(); ++i) {
-                    if (i) m_out.Put(',');
-                    if (!(headers && RedactedLine(value[i]))) Value(value[i]);
+                for (auto it = value.begin(); it != value.end(); ++it) {
+                    if (it != value.begin()) m_out.Put(',');
+                    if (!(headers && RedactedLine(*it))) Value(*it);
                 }
                 m_out.Put(']');
                 break;

@@ -1,5 +1,8 @@
 #include "core/detail/payload_limits.h"
 
+#include <new>
+#include <type_traits>
+
 namespace moxh5::detail {
 namespace {
 
@@ -41,7 +44,13 @@ bool PayloadWithinLimits(const Json::Value& payload) noexcept {
         Json::ValueConstIterator at;
         Json::ValueConstIterator end;
     };
-    Frame frames[kMaxJsonDepth];
+    static_assert(std::is_trivially_destructible_v<Frame>, "frames are never destroyed");
+    // Frames are built only as containers open: building all of them up
+    // front would cost more than walking a typical payload.
+    union Slot {
+        Slot() {}
+        Frame frame;
+    } slots[kMaxJsonDepth];
     int depth = 0;
     Tally tally;
     const Json::Value* next = &payload;
@@ -49,11 +58,13 @@ bool PayloadWithinLimits(const Json::Value& payload) noexcept {
         if (!tally.Add(*next)) return false;
         if (IsContainer(*next)) {
             if (depth == kMaxJsonDepth) return false;
-            if (next->begin() != next->end()) frames[depth++] = {next->begin(), next->end()};
+            if (next->begin() != next->end()) {
+                new (&slots[depth++].frame) Frame{next->begin(), next->end()};
+            }
         }
         next = nullptr;
         while (depth > 0 && !next) {
-            Frame& frame = frames[depth - 1];
+            Frame& frame = slots[depth - 1].frame;
             if (frame.at == frame.end) {
                 --depth;
                 continue;
