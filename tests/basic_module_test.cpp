@@ -22,10 +22,10 @@ TEST(BasicModule, SetLogWritesKnownLevelsAndRefusesTheRest) {
         {R"({"content":"hi","logLevel":"debug"})", true, 700, nullptr},
         {R"({"content":"hi","logLevel":"info"})", true, 600, nullptr},
         {R"({"content":"hi","logLevel":"notice"})", true, 500, nullptr},
-        {R"({"content":"hi","logLevel":"warning"})", true, 400, nullptr},
-        {R"({"content":"hi","logLevel":"error"})", true, 300, nullptr},
-        {R"({"content":"hi","logLevel":"critical"})", true, 200, nullptr},
-        {R"({"content":"hi","logLevel":"alert"})", true, 100, nullptr},
+        {R"({"content":"hi","logLevel":"warning"})", true, 500, nullptr},
+        {R"({"content":"hi","logLevel":"error"})", true, 500, nullptr},
+        {R"({"content":"hi","logLevel":"critical"})", true, 500, nullptr},
+        {R"({"content":"hi","logLevel":"alert"})", true, 500, nullptr},
         {R"({"content":"hi","logLevel":"verbose"})", false, 0, "Invalid param."},
         {R"({"content":"hi","logLevel":""})", false, 0, "Invalid param."},
         {R"({"content":"","logLevel":"info"})", false, 0, "Invalid param."},
@@ -63,14 +63,41 @@ TEST(BasicModule, SetLogTraceFollowsTheLogLevel) {
         RunBasic(call, answer);
         const auto trace = log->Matching("[MoxH5] Web req SetLog content: ");
         ASSERT_EQ(trace.size(), 1u);
-        EXPECT_NE(trace[0].text.find("\"logLevel\" : \"alert\""), std::string::npos)
-            << trace[0].text;
+        EXPECT_NE(trace[0].text.find(R"("logLevel":"alert")"), std::string::npos) << trace[0].text;
     }
-    ScopedLogCapture quiet(LOG_PRIORITY_WARNING);
+    ScopedLogCapture quiet(LOG_PRIORITY_NOTICE);
     Json::Value answer;
     RunBasic(call, answer);
     EXPECT_FALSE(quiet->Contains("Web req SetLog"));
     EXPECT_TRUE(quiet->Contains("[MoxH5] x"));
+}
+
+// Test that a page's text stays on one line of bounded length, cut at a character boundary.
+TEST(BasicModule, SetLogKeepsPageTextOnOneBoundedLine) {
+    std::string accents, breaks;
+    for (int i = 0; i < 2000; ++i) accents += "\xC3\xA9";
+    for (int i = 0; i < 1000; ++i) breaks += "\\n";
+    const struct {
+        std::string content, logged;
+    } cases[] = {
+        {"hi\n[300] x.cpp(1) f: forged", "[MoxH5] hi\\n[300] x.cpp(1) f: forged"},
+        {"a\r\tb\x01\x7F\\n", "[MoxH5] a\\r\\tb\\x01\\x7f\\n"},
+        {std::string(5000, 'x'), "[MoxH5] " + std::string(2000, 'x') + "...[cut 3000 bytes]"},
+        {std::string(3000, '\n'), "[MoxH5] " + breaks + "...[cut 2000 bytes]"},
+        {"x" + accents, "[MoxH5] x" + accents.substr(0, 1998) + "...[cut 2002 bytes]"},
+    };
+    for (const auto& c : cases) {
+        ScopedLogCapture log;
+        Json::Value params;
+        params["content"] = c.content;
+        params["logLevel"] = "info";
+        Json::Value answer;
+        RunBasic(MakeCall("setLog", params), answer);
+        const auto lines = log->Matching("[MoxH5] ");
+        ASSERT_EQ(lines.size(), 2u);  // the trace, then the page's line
+        EXPECT_EQ(lines[1].text, c.logged);
+        EXPECT_LE(lines[0].text.size(), 2048u);
+    }
 }
 
 }  // namespace

@@ -203,12 +203,19 @@ TEST(HostilePage, RequestsCarryNoForeignUrlsOrLineBreaks) {
     ScopedPagePolicy policy;
     RecordingHost host;
     ScopedActionInterface installed(&host);
+    ScopedLogCapture log;
     for (const auto& c : kCalls) {
         EXPECT_EQ(CallOf(c.method, ParseJson(c.params), /*isWorker=*/true, c.module),
                   R"({"message":"Invalid param."} false)")
             << c.params;
     }
     EXPECT_EQ(host.Calls().size(), 0u);
+    // Their traces neither break lines nor show the cookies.
+    EXPECT_TRUE(log->Contains(R"("cookie":"[redacted]")"));
+    for (const MoxLogRecord& line : log->Records()) {
+        EXPECT_EQ(line.text.find_first_of("\r\n"), std::string::npos) << line.text;
+        EXPECT_EQ(line.text.find("a=1"), std::string::npos) << line.text;
+    }
 }
 
 // Test that a client link carries only the session's mall, escaped, and nothing that would cut
@@ -286,6 +293,49 @@ TEST(HostilePage, DeniedMethodsLookUnknown) {
     EXPECT_EQ(CallOf("canIUse", name, true, "JSCallBasic"), "null true");
     EXPECT_EQ(asked, (std::vector<std::string>{"mall-1|cs-1/7/worker-9 JSCallBasic.canIUse",
                                                "mall-1|cs-1/7/worker-9 JSCallNative.getFileInfo"}));
+}
+
+// Takes a value nested through "a" apart level by level: its destructor would recurse.
+void Dismantle(Json::Value& value) {
+    for (Json::Value level = std::move(value), inner; level.isObject(); level.swap(inner)) {
+        inner = Json::Value();
+        inner.swap(level["a"]);
+    }
+}
+
+// Test that payloads nested too deep or carrying too much text reach no module, from Execute
+// and from "canIUse", and that a long dotted name asks only for its first two parts.
+TEST(HostilePage, DeepOrHugePayloadsReachNoModule) {
+    const std::tuple<int, size_t, bool> kShapes[] = {{128, 0, true},
+                                                     {129, 0, false},
+                                                     {100000, 0, false},
+                                                     {2, (64 << 20) - 100, true},
+                                                     {2, (64 << 20) + 1, false}};
+    for (const auto& [depth, textBytes, accepted] : kShapes) {
+        SCOPED_TRACE(std::to_string(depth) + " deep, text " + std::to_string(textBytes));
+        mox_h5_module_data call =
+            MakeCall("setLog", ParseJson(R"({"content":"hi","logLevel":"notice"})"));
+        call.payload["params"]["x"] = std::string(textBytes, 'x');
+        Json::Value* inner = &call.payload["params"]["y"];
+        for (int level = 2; level < depth; ++level) inner = &(*inner)["a"];  // no copies
+        ScopedLogCapture log;
+        Json::Value answer;
+        EXPECT_EQ(RunCall("JSCallBasic", call, answer), accepted);
+        EXPECT_EQ(log->Contains("[MoxH5] hi"), accepted);
+        call.payload["params"]["name"] = "JSCallBasic";
+        EXPECT_EQ(ReadySingleton().Exist(call), accepted);
+        EXPECT_EQ(answer.isMember("message"), !accepted);  // "Invalid params."
+        EXPECT_EQ(log->Matching("[MoxH5] Refused a call to ").size(), accepted ? 0u : 2u);
+        Dismantle(call.payload["params"]["y"]);
+    }
+    const std::string dots(16 << 20, '.');
+    for (const auto& [name, exists] : {std::pair{"JSCallBasic.canIUse" + dots, true},
+                                       {"JSCallBasic" + dots, false},
+                                       {dots, false}}) {
+        Json::Value params;
+        params["name"] = name;
+        EXPECT_EQ(ReadySingleton().Exist(MakeCall("canIUse", params)), exists) << name.size();
+    }
 }
 
 }  // namespace

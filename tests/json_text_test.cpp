@@ -8,6 +8,8 @@
 #include <memory>
 #include <string>
 
+#include "core/detail/diagnostics.h"
+
 namespace {
 
 using moxh5::detail::CompactJson;
@@ -94,8 +96,31 @@ TEST(JsonText, RefusesWhatIsNotOneJsonValue) {
         EXPECT_FALSE(ParseJson(text, value)) << text;
     }
     Json::Value value;
-    EXPECT_FALSE(ParseJson(std::string(1001, '[') + std::string(1001, ']'), value));
-    EXPECT_TRUE(ParseJson(std::string(1000, '[') + std::string(1000, ']'), value));
+    EXPECT_FALSE(ParseJson(std::string(129, '[') + std::string(129, ']'), value));
+    EXPECT_TRUE(ParseJson(std::string(128, '[') + "1" + std::string(128, ']'), value));
+}
+
+// Test the JSON of log lines: compact, cut like a line, and without cookies or credentials.
+TEST(JsonText, LogTextIsCompactCutAndRedacted) {
+    const std::pair<std::string, std::string> cases[] = {
+        {R"({"b":[1,"x\n"],"a":{"k":true}})", R"({"a":{"k":true},"b":[1,"x\n"]})"},
+        {R"({"cookie":"sid=1","COOKIE":{"x":1},"url":"u"})",
+         R"({"COOKIE":"[redacted]","cookie":"[redacted]","url":"u"})"},
+        {R"({"headers":["Accept: */*","authorization: Bearer t","Cookie : a=1","X: Cookie: y"]})",
+         R"({"headers":["Accept: */*","authorization: [redacted]","Cookie: [redacted]","X: Cookie: y"]})"},
+        {R"({"Headers":{"Authorization":"Bearer t","Via":"Cookie: c","Accept":"a"}})",
+         R"({"Headers":{"Accept":"a","Authorization":"[redacted]","Via":"Cookie: [redacted]"}})"},
+        {R"({"p":{"cookie":"","d":[{"Cookie":"x"}],"a":["Cookie: x"]}})",
+         R"({"p":{"a":["Cookie: x"],"cookie":"[redacted]","d":[{"Cookie":"[redacted]"}]}})"},
+        {R"({"a":")" + std::string(3000, 'y') + "\"}",
+         R"({"a":")" + std::string(2002, 'y') + "...[cut 1000 bytes]"},
+    };
+    for (const auto& [json, logged] : cases) {
+        Json::Value value;
+        ASSERT_TRUE(ParseJson(json, value)) << json;
+        EXPECT_EQ(moxh5::detail::LogJsonText(value), logged);
+        EXPECT_EQ(CompactJson(value).find("[redacted]"), std::string::npos);  // answers keep all
+    }
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "AJsonUtil.h"
 
-#include "MoxLog.h"
+#include "core/detail/diagnostics.h"
 #include "moxh5/utf8.h"
 
 namespace moxh5::ajson {
@@ -354,9 +354,9 @@ bool ReadValue(Reader& r, bool& out) { return r.ReadBool(out); }
 
 void AJsonUtil::LogFailure(const char* caller, const moxh5::ajson::Error& error) noexcept {
     try {
-        CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, __FILE__, __LINE__, "AJsonUtil::JsonToObject",
-                              "AJson to object failed, caller: %s, error: %s, %s",
-                              caller ? caller : "", error.message.c_str(), error.position.c_str());
+        MOX_LOG(LOG_PRIORITY_ERROR, "AJsonUtil::JsonToObject",
+                "AJson to object failed, caller: %s, error: %s, %s", caller ? caller : "",
+                error.message.c_str(), error.position.c_str());
     } catch (...) {
         // A log line that cannot be written is lost; the failure is still
         // returned to the caller.

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "MoxLog.h"
+#include "core/detail/diagnostics.h"
 #include "core/detail/dispatch.h"
 #include "moxh5/module_worker.h"
 
@@ -17,8 +17,8 @@ std::shared_ptr<IModuleWorker> CreateWorker(const CallSite& site) {
     try {
         return std::make_shared<Worker>();
     } catch (const std::exception&) {
-        CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
-                              "[MoxH5] %s failed", site.function);
+        WriteLogLine(LOG_PRIORITY_ERROR, site.file, site.line, site.function, "[MoxH5] %s failed",
+                     site.function);
         return nullptr;
     }
 }

@@ -6,7 +6,8 @@
 // strings without raw control characters, escapes decoded to UTF-8 (a lone
 // surrogate is refused); integers kept as Int64 or UInt64 when they fit,
 // other numbers as double; a repeated member keeps its last value; nesting
-// deeper than 1000 is refused. Bytes of 0x80 and above pass as they are.
+// deeper than kMaxJsonDepth (128, core/detail/payload_limits.h) is refused.
+// Bytes of 0x80 and above pass as they are.
 //
 // Writing gives no spaces, members in the value's order (sorted by name),
 // characters other than the quote, the backslash and control characters as
@@ -27,9 +28,9 @@ namespace moxh5::detail {
 bool ParseJson(std::string_view text, Json::Value& value);
 
 // Parses `text`, which must be one JSON object, member by member: calls
-// visit(context, key, value) for each in order (the value may be moved from)
-// and stops with false when a member does not read or visit answers false.
-// Faster than ParseJson when the members are wanted one by one.
+// visit(context, key, value) for each in order (the value may be moved from;
+// each may nest kMaxJsonDepth deep on its own) and stops with false when a member does not read or
+// visit answers false. Faster than ParseJson when the members are wanted one by one.
 using JsonMemberVisitor = bool (*)(void* context, const std::string& key, Json::Value& value);
 bool ParseJsonMembers(std::string_view text, JsonMemberVisitor visit, void* context);
 
@@ -38,5 +39,13 @@ std::string CompactJson(const Json::Value& value);
 // The same, appended to `out`; and a string as a JSON string.
 void AppendJson(const Json::Value& value, std::string& out);
 void AppendJsonString(std::string_view text, std::string& out);
+
+// `value` as compact JSON text for a log line, appended to `out`: credentials
+// written as "[redacted]" (the value of every member named "cookie" in any
+// case; in a "headers" array or object, an "Authorization:", "Cookie:" or
+// "Proxy-Authorization:" line keeps its name, as "Cookie: [redacted]", and
+// members of those names their key), and only the first `limit` bytes kept.
+// Returns how many bytes were left out.
+size_t AppendRedactedJson(const Json::Value& value, size_t limit, std::string& out);
 
 }  // namespace moxh5::detail

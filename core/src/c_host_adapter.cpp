@@ -78,8 +78,10 @@ std::unique_ptr<moxh5_token> PageToken(const MoxPageIdentity& page, MoxPageCallb
 }
 
 std::mutex g_tokenMutex;
+// Never destroyed: the host completes work on its own threads, possibly while
+// the library unloads (docs/architecture.md, "Statics").
 std::unordered_set<moxh5_token*>& LiveTokens() {
-    static std::unordered_set<moxh5_token*> tokens;
+    static auto& tokens = *new std::unordered_set<moxh5_token*>;
     return tokens;
 }
 

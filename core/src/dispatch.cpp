@@ -1,16 +1,16 @@
 #include "core/detail/dispatch.h"
 
-#include "MoxLog.h"
 #include "WorkbenchReport.h"
 #include "core/detail/answer.h"
+#include "core/detail/diagnostics.h"
 #include "core/detail/page_policy.h"
 #include "mox_json.h"
 
 namespace moxh5::detail {
 
 void LogFalseIn(const CallSite& site) {
-    CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
-                          "[MoxH5] false in %s %d", site.function, site.line);
+    WriteLogLine(LOG_PRIORITY_ERROR, site.file, site.line, site.function, "[MoxH5] false in %s %d",
+                 site.function, site.line);
 }
 
 bool ReadCallMethod(const mox_module_data* data, const CallSite& site, std::string& method) {
@@ -25,8 +25,8 @@ bool ReadCallMethod(const mox_module_data* data, const CallSite& site, std::stri
 bool RefuseUnknownMethod(const std::string& method, bool logIt, const CallSite& site,
                          Json::Value& answer) {
     if (logIt) {
-        CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
-                              "[MoxH5] Failed to find method %s", method.c_str());
+        WriteLogLine(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
+                     "[MoxH5] Failed to find method %s", method.c_str());
     }
     answer[key::kMessage] = text::kInvalidMethod;
     answer[key::kSupport] = false;
@@ -39,9 +39,9 @@ namespace {
 bool PolicyDenies(std::string_view module, const mox_module_data& data, const std::string& method,
                   const CallSite& site) {
     if (MethodPermitted(data, module, method)) return false;
-    CMoxLog::MoxLogFormat(LOG_PRIORITY_WARNING, site.file, site.line, site.function,
-                          "[MoxH5] Page policy denied %.*s.%s", static_cast<int>(module.size()),
-                          module.data(), method.c_str());
+    WriteLogLine(LOG_PRIORITY_WARNING, site.file, site.line, site.function,
+                 "[MoxH5] Page policy denied %.*s.%s", static_cast<int>(module.size()),
+                 module.data(), method.c_str());
     return true;
 }
 

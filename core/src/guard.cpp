@@ -29,8 +29,8 @@ bool RequireRequest(const mox_h5_module_data* data, const CallSite& site) {
 IH5ActionImplCallBack* RequireActionInterface(Json::Value& answer, const CallSite& site) {
     IH5ActionImplCallBack* host = MoxModuleManager::GetInstance()->GetCallback();
     if (host) return host;
-    CMoxLog::MoxLog(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
-                    "[MoxH5] Callback is nullptr");
+    WriteLogLine(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
+                 "[MoxH5] Callback is nullptr");
     answer[key::kMessage] = text::kNoActionInterface;
     return nullptr;
 }
@@ -44,12 +44,8 @@ const Json::Value* RequireObjectParams(const mox_h5_module_data& data, Json::Val
                                        const CallSite& site) {
     const Json::Value* params = FindCallParams(data.payload);
     if (params && params->isObject()) return params;
-    if (CMoxLog::IsEnabled(LOG_PRIORITY_ERROR)) {
-        const std::string payloadText =
-            data.payload.isNull() ? std::string() : JsonText(data.payload);
-        CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
-                              "[MoxH5] Invalid params %s", payloadText.c_str());
-    }
+    WriteJsonLogLine(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
+                     "[MoxH5] Invalid params %s", data.payload.isNull() ? nullptr : &data.payload);
     answer[key::kMessage] = text::kInvalidParams;
     return nullptr;
 }
@@ -76,8 +72,8 @@ Json::Value GuardedCopyUsing(const Json::Value& source, const char* caller, cons
     // Reporting allocates too; when memory is that short, the null value is
     // all that can be done.
     try {
-        CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
-                              "refine_json_wrong, caller: %s", caller);
+        WriteLogLine(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
+                     "refine_json_wrong, caller: %s", caller);
         ReportCopyFailure(caller);
     } catch (...) {
     }

@@ -5,10 +5,12 @@
 #include <charconv>
 #include <cstdint>
 
+#include "AsciiCase.h"
+#include "core/detail/payload_limits.h"
+#include "moxh5/utf8.h"
+
 namespace moxh5::detail {
 namespace {
-
-constexpr int kMaxDepth = 1000;
 
 class Reader {
 public:
@@ -34,7 +36,8 @@ public:
                 SkipSpace();
                 if (!Take(':')) return false;
                 SkipSpace();
-                if (!Value(value, 1) || !visit(context, key, value)) return false;
+                // Each member nests on its own, as a payload does through Execute.
+                if (!Value(value, 0) || !visit(context, key, value)) return false;
                 SkipSpace();
                 if (Take('}')) break;
                 if (!Take(',')) return false;
@@ -66,13 +69,15 @@ private:
         return true;
     }
 
+    // `depth`: the containers around the value. The reader recurses once per
+    // container, so the bound also bounds its stack.
     bool Value(Json::Value& value, int depth) {
-        if (m_at == m_end || depth >= kMaxDepth) return false;
+        if (m_at == m_end) return false;
         switch (*m_at) {
             case '{':
-                return Object(value, depth + 1);
+                return depth < kMaxJsonDepth && Object(value, depth + 1);
             case '[':
-                return Array(value, depth + 1);
+                return depth < kMaxJsonDepth && Array(value, depth + 1);
             case '"': {
                 std::string text;
                 if (!String(text)) return false;
@@ -154,21 +159,7 @@ private:
             if (!Literal("\\u") || !Hex4(low) || low < 0xDC00 || low > 0xDFFF) return false;
             point = 0x10000 + ((point - 0xD800) << 10) + (low - 0xDC00);
         }
-        if (point < 0x80) {
-            out += static_cast<char>(point);
-        } else if (point < 0x800) {
-            out += static_cast<char>(0xC0 | (point >> 6));
-            out += static_cast<char>(0x80 | (point & 0x3F));
-        } else if (point < 0x10000) {
-            out += static_cast<char>(0xE0 | (point >> 12));
-            out += static_cast<char>(0x80 | ((point >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (point & 0x3F));
-        } else {
-            out += static_cast<char>(0xF0 | (point >> 18));
-            out += static_cast<char>(0x80 | ((point >> 12) & 0x3F));
-            out += static_cast<char>(0x80 | ((point >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (point & 0x3F));
-        }
+        utf8::Append(out, point);
         return true;
     }
 
@@ -264,101 +255,202 @@ private:
     const char* m_end;
 };
 
-void WriteString(const char* at, const char* end, std::string& out) {
-    static const char kHex[] = "0123456789abcdef";
-    out += '"';
-    for (const char* run = at; at < end; run = at) {
-        while (at < end && *at != '"' && *at != '\\' && static_cast<unsigned char>(*at) >= 0x20) {
-            ++at;
-        }
-        out.append(run, static_cast<size_t>(at - run));
-        if (at == end) break;
-        const unsigned char c = static_cast<unsigned char>(*at++);
-        switch (c) {
-            case '"':
-                out += "\\\"";
-                break;
-            case '\\':
-                out += "\\\\";
-                break;
-            case '\b':
-                out += "\\b";
-                break;
-            case '\f':
-                out += "\\f";
-                break;
-            case '\n':
-                out += "\\n";
-                break;
-            case '\r':
-                out += "\\r";
-                break;
-            case '\t':
-                out += "\\t";
-                break;
-            default:
-                out += "\\u00";
-                out += kHex[c >> 4];
-                out += kHex[c & 0xF];
-        }
+// Where the writer puts its text: all of it into a string...
+class WholeText {
+public:
+    explicit WholeText(std::string& out) : m_out(out) {}
+    void Put(const char* at, size_t size) { m_out.append(at, size); }
+    void Put(char c) { m_out += c; }
+
+private:
+    std::string& m_out;
+};
+
+// ...or the first `limit` bytes of it, counting the bytes left out.
+class BoundedText {
+public:
+    BoundedText(std::string& out, size_t limit) : m_out(out), m_limit(limit) {}
+    void Put(const char* at, size_t size) {
+        const size_t room = m_out.size() < m_limit ? m_limit - m_out.size() : 0;
+        const size_t kept = size < room ? size : room;
+        m_out.append(at, kept);
+        m_omitted += size - kept;
     }
-    out += '"';
+    void Put(char c) { Put(&c, 1); }
+    size_t Omitted() const { return m_omitted; }
+
+private:
+    std::string& m_out;
+    size_t m_limit;
+    size_t m_omitted = 0;
+};
+
+constexpr char kRedacted[] = "[redacted]";
+
+// Header names whose values are credentials.
+bool IsSecretHeaderName(std::string_view name) {
+    return EqualsIgnoringAsciiCase(name, "authorization") ||
+           EqualsIgnoringAsciiCase(name, "proxy-authorization") ||
+           EqualsIgnoringAsciiCase(name, "cookie");
 }
 
-template <typename Integer>
-void WriteInteger(Integer number, std::string& out) {
-    char digits[24];
-    const std::to_chars_result written = std::to_chars(digits, digits + sizeof digits, number);
-    out.append(digits, written.ptr);
+std::string_view TrimSpaces(std::string_view text) {
+    const size_t first = text.find_first_not_of(" \t");
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
+
+// "Cookie: [redacted]" for a header line that carries a credential, keeping
+// the line's spelling of the name; empty for any other text.
+std::string RedactedHeaderLine(std::string_view line) {
+    const size_t colon = line.find(':');
+    if (colon == std::string_view::npos) return {};
+    const std::string_view name = TrimSpaces(line.substr(0, colon));
+    if (!IsSecretHeaderName(name)) return {};
+    return std::string(name) + ": " + kRedacted;
+}
+
+template <typename Output>
+class Writer {
+public:
+    // With `redact`, credentials are written as "[redacted]": the value of
+    // every member named "cookie" (any case), and in a "headers" array or
+    // object the credential header lines and members.
+    Writer(Output& out, bool redact) : m_out(out), m_redact(redact) {}
+
+    void Value(const Json::Value& value, bool headers = false) {
+        switch (value.type()) {
+            case Json::nullValue:
+                Put("null");
+                break;
+            case Json::booleanValue:
+                Put(value.asBool() ? "true" : "false");
+                break;
+            case Json::intValue:
+                Integer(value.asLargestInt());
+                break;
+            case Json::uintValue:
+                Integer(value.asLargestUInt());
+                break;
+            case Json::realValue:
+                Put(Json::valueToString(value.asDouble()));
+                break;
+            case Json::stringValue: {
+                const char* begin = nullptr;
+                const char* end = nullptr;
+                value.getString(&begin, &end);
+                String(begin, end);
+                break;
+            }
+            case Json::arrayValue: {
+                m_out.Put('[');
+                for (auto it = value.begin(); it != value.end(); ++it) {
+                    if (it != value.begin()) m_out.Put(',');
+                    if (!(headers && RedactedLine(*it))) Value(*it);
+                }
+                m_out.Put(']');
+                break;
+            }
+            case Json::objectValue: {
+                m_out.Put('{');
+                for (auto it = value.begin(); it != value.end(); ++it) {
+                    if (it != value.begin()) m_out.Put(',');
+                    const char* end = nullptr;
+                    const char* name = it.memberName(&end);
+                    String(name, end);
+                    m_out.Put(':');
+                    Member(std::string_view(name, static_cast<size_t>(end - name)), *it, headers);
+                }
+                m_out.Put('}');
+                break;
+            }
+        }
+    }
+
+    void String(const char* at, const char* end) {
+        static const char kHex[] = "0123456789abcdef";
+        m_out.Put('"');
+        for (const char* run = at; at < end; run = at) {
+            while (at < end && *at != '"' && *at != '\\' &&
+                   static_cast<unsigned char>(*at) >= 0x20) {
+                ++at;
+            }
+            m_out.Put(run, static_cast<size_t>(at - run));
+            if (at == end) break;
+            const unsigned char c = static_cast<unsigned char>(*at++);
+            switch (c) {
+                case '"':
+                    Put("\\\"");
+                    break;
+                case '\\':
+                    Put("\\\\");
+                    break;
+                case '\b':
+                    Put("\\b");
+                    break;
+                case '\f':
+                    Put("\\f");
+                    break;
+                case '\n':
+                    Put("\\n");
+                    break;
+                case '\r':
+                    Put("\\r");
+                    break;
+                case '\t':
+                    Put("\\t");
+                    break;
+                default:
+                    Put("\\u00");
+                    m_out.Put(kHex[c >> 4]);
+                    m_out.Put(kHex[c & 0xF]);
+            }
+        }
+        m_out.Put('"');
+    }
+
+private:
+    void Put(std::string_view text) { m_out.Put(text.data(), text.size()); }
+
+    template <typename Number>
+    void Integer(Number number) {
+        char digits[24];
+        const std::to_chars_result written = std::to_chars(digits, digits + sizeof digits, number);
+        m_out.Put(digits, static_cast<size_t>(written.ptr - digits));
+    }
+
+    // A member's value; `headers` when the object is a "headers" object.
+    void Member(std::string_view name, const Json::Value& value, bool headers) {
+        if (m_redact) {
+            if (EqualsIgnoringAsciiCase(name, "cookie") || (headers && IsSecretHeaderName(name))) {
+                String(kRedacted, kRedacted + sizeof kRedacted - 1);
+                return;
+            }
+            if (headers && RedactedLine(value)) return;
+            if (EqualsIgnoringAsciiCase(name, "headers")) return Value(value, /*headers=*/true);
+        }
+        Value(value);
+    }
+
+    // Writes a credential header line redacted; false for any other value.
+    bool RedactedLine(const Json::Value& value) {
+        const char* begin = nullptr;
+        const char* end = nullptr;
+        if (value.type() != Json::stringValue || !value.getString(&begin, &end)) return false;
+        const std::string line =
+            RedactedHeaderLine(std::string_view(begin, static_cast<size_t>(end - begin)));
+        if (line.empty()) return false;
+        String(line.data(), line.data() + line.size());
+        return true;
+    }
+
+    Output& m_out;
+    bool m_redact;
+};
 
 void Write(const Json::Value& value, std::string& out) {
-    switch (value.type()) {
-        case Json::nullValue:
-            out += "null";
-            break;
-        case Json::booleanValue:
-            out += value.asBool() ? "true" : "false";
-            break;
-        case Json::intValue:
-            WriteInteger(value.asLargestInt(), out);
-            break;
-        case Json::uintValue:
-            WriteInteger(value.asLargestUInt(), out);
-            break;
-        case Json::realValue:
-            out += Json::valueToString(value.asDouble());
-            break;
-        case Json::stringValue: {
-            const char* begin = nullptr;
-            const char* end = nullptr;
-            value.getString(&begin, &end);
-            WriteString(begin, end, out);
-            break;
-        }
-        case Json::arrayValue: {
-            out += '[';
-            for (Json::ArrayIndex i = 0; i < value.size(); ++i) {
-                if (i) out += ',';
-                Write(value[i], out);
-            }
-            out += ']';
-            break;
-        }
-        case Json::objectValue: {
-            out += '{';
-            for (auto it = value.begin(); it != value.end(); ++it) {
-                if (it != value.begin()) out += ',';
-                const char* end = nullptr;
-                const char* name = it.memberName(&end);
-                WriteString(name, end, out);
-                out += ':';
-                Write(*it, out);
-            }
-            out += '}';
-            break;
-        }
-    }
+    WholeText text(out);
+    Writer<WholeText>(text, /*redact=*/false).Value(value);
 }
 
 }  // namespace
@@ -372,7 +464,14 @@ bool ParseJsonMembers(std::string_view text, JsonMemberVisitor visit, void* cont
 void AppendJson(const Json::Value& value, std::string& out) { Write(value, out); }
 
 void AppendJsonString(std::string_view text, std::string& out) {
-    WriteString(text.data(), text.data() + text.size(), out);
+    WholeText whole(out);
+    Writer<WholeText>(whole, /*redact=*/false).String(text.data(), text.data() + text.size());
+}
+
+size_t AppendRedactedJson(const Json::Value& value, size_t limit, std::string& out) {
+    BoundedText bounded(out, out.size() + limit);
+    Writer<BoundedText>(bounded, /*redact=*/true).Value(value);
+    return bounded.Omitted();
 }
 
 std::string CompactJson(const Json::Value& value) {

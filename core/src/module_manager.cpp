@@ -1,12 +1,14 @@
 #include "moxh5/module_manager.h"
 
+#include <optional>
+#include <string_view>
 #include <utility>
-#include <vector>
 
 #include "core/detail/answer.h"
 #include "core/detail/diagnostics.h"
 #include "core/detail/page_policy.h"
 #include "core/detail/params.h"
+#include "core/detail/payload_limits.h"
 #include "modules/module_adapters.h"
 #include "mox_json.h"
 
@@ -14,18 +16,20 @@ namespace {
 
 constexpr char kExistFunction[] = "MoxModuleManager::Exist";
 
-// Splits at '.', keeping empty parts, so that ".canIUse" names the module ""
-// (which is never registered) rather than "canIUse".
-std::vector<std::string> SplitAtPoints(const std::string& text) {
-    std::vector<std::string> parts;
-    size_t start = 0;
-    for (;;) {
-        const size_t point = text.find('.', start);
-        parts.push_back(text.substr(start, point - start));
-        if (point == std::string::npos) break;
-        start = point + 1;
-    }
-    return parts;
+// The module and the method a "canIUse" name asks about: the text before the
+// first '.' and the text between it and the next '.'; what follows is ignored
+// and never scanned, however long. Empty parts stay, so that ".canIUse" names
+// the module "" (which is never registered) rather than "canIUse".
+struct AskedName {
+    std::string_view module;
+    std::optional<std::string_view> method;  // none when the name has no '.'
+};
+
+AskedName ReadAskedName(std::string_view name) {
+    const size_t point = name.find('.');
+    if (point == std::string_view::npos) return {name, std::nullopt};
+    const std::string_view rest = name.substr(point + 1);
+    return {name.substr(0, point), rest.substr(0, rest.find('.'))};
 }
 
 // The method a payload names, for diagnostics; never throws.
@@ -45,11 +49,21 @@ std::string MethodNameOf(const Json::Value& payload) noexcept {
 void LogEscapedException(const char* function, const Json::Value& payload,
                          const char* what) noexcept {
     try {
-        CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, __FILE__, __LINE__, function,
-                              "[MoxH5] exception in %s, method %s: %s", function,
-                              MethodNameOf(payload).c_str(), what);
+        MOX_LOG(LOG_PRIORITY_ERROR, function, "[MoxH5] exception in %s, method %s: %s", function,
+                MethodNameOf(payload).c_str(), what);
     } catch (...) {
     }
+}
+
+// Whether the request's payload keeps within the bounds every call must
+// respect; logs the refusal otherwise. `what` names the call for the line.
+bool PayloadAccepted(const mox_h5_module_data& data, const char* function,
+                     const std::string& what) {
+    if (moxh5::detail::PayloadWithinLimits(data.payload)) return true;
+    MOX_LOG(LOG_PRIORITY_WARNING, function,
+            "[MoxH5] Refused a call to %s: payload deeper than %d or beyond the size bounds",
+            what.c_str(), moxh5::detail::kMaxJsonDepth);
+    return false;
 }
 
 }  // namespace
@@ -121,6 +135,10 @@ std::tuple<bool, bool> MoxModuleManager::Execute(const std::string& name,
     if (!entry) return {false, false};
     if (!entry->execute_fn) return {true, false};
     try {
+        if (!PayloadAccepted(data, "MoxModuleManager::Execute", name)) {
+            answer[moxh5::key::kMessage] = moxh5::text::kInvalidParams;
+            return {true, false};
+        }
         // The copy keeps the worker alive for the length of the call.
         std::shared_ptr<IModuleWorker> worker = entry->worker;
         return {true, entry->execute_fn(std::move(worker), &data, answer)};
@@ -144,6 +162,7 @@ bool MoxModuleManager::Exist(const mox_h5_module_data& data) noexcept {
 }
 
 bool MoxModuleManager::ExistUnguarded(const mox_h5_module_data& data) {
+    if (!PayloadAccepted(data, kExistFunction, "canIUse")) return false;
     const Json::Value* params = moxh5::detail::FindCallParams(data.payload);
     if (!params) {
         MOX_LOG_FALSE_IN(kExistFunction);
@@ -154,10 +173,10 @@ bool MoxModuleManager::ExistUnguarded(const mox_h5_module_data& data) {
         MOX_LOG_FALSE_IN(kExistFunction);
         return false;
     }
-    const std::vector<std::string> parts = SplitAtPoints(name);
-    const ModuleEntry* entry = FindModule(parts[0]);
+    const AskedName asked = ReadAskedName(name);
+    const ModuleEntry* entry = FindModule(std::string(asked.module));
     if (!entry) return false;
-    if (parts.size() == 1) return true;
-    return entry->exist_fn && entry->exist_fn(entry->worker, parts[1]) &&
-           moxh5::detail::MethodPermitted(data, parts[0], parts[1]);
+    if (!asked.method) return true;
+    return entry->exist_fn && entry->exist_fn(entry->worker, std::string(*asked.method)) &&
+           moxh5::detail::MethodPermitted(data, asked.module, *asked.method);
 }

@@ -27,6 +27,13 @@ bool FlagIsSet(const Json::Value& answer, const char* name, const char* caller) 
     return mox_json::GetJsonValueToBool(answer, name, caller);
 }
 
+// The answer as its trace (priority 600) shows it; not written when the line
+// is not kept.
+std::string LoggedAnswer(const Json::Value& envelope) {
+    return CMoxLog::IsEnabled(LOG_PRIORITY_INFO) ? moxh5::detail::LogJsonText(envelope)
+                                                 : std::string();
+}
+
 }  // namespace
 
 MoxPageIdentity PageIdentityOf(const mox_h5_module_data& request) {
@@ -92,7 +99,7 @@ void doCallBackToRender(IH5ActionImplCallBack* callback, bool success, int webin
     const std::string text = JsonText(*envelope);
     MOX_LOG(LOG_PRIORITY_INFO, kFunction,
             "[MoxH5] Render Jscallback mallcsid[%s] webindex[%d], callId[%s], data[%s]",
-            mallcsid.c_str(), webindex, callId.c_str(), text.c_str());
+            mallcsid.c_str(), webindex, callId.c_str(), LoggedAnswer(*envelope).c_str());
     if (callback) callback->RenderJsCallback(mallcsid, webindex, callId, text);
 }
 
@@ -118,6 +125,7 @@ void doCallBackToWorker(IH5ActionImplCallBack* callback, bool success, int webin
     MOX_LOG(LOG_PRIORITY_INFO, kFunction,
             "[MoxH5] Worker Jscallback mallcsid[%s] webindex[%d] workerid[%s], callbackid[%s], "
             "data[%s]",
-            mallcsid.c_str(), webindex, workerid.c_str(), callbackid.c_str(), text.c_str());
+            mallcsid.c_str(), webindex, workerid.c_str(), callbackid.c_str(),
+            LoggedAnswer(*envelope).c_str());
     if (callback) callback->WorkerJsCallback(mallcsid, webindex, callbackid, text);
 }

@@ -4,6 +4,7 @@
 #include <mutex>
 #include <unordered_set>
 
+#include "AsciiCase.h"
 #include "StrictUrl.h"
 #include "core/detail/diagnostics.h"
 #include "core/detail/params.h"
@@ -16,17 +17,8 @@ namespace {
 const MoxPagePolicy& Policy() { return MoxModuleManager::GetInstance()->GetPagePolicy(); }
 
 void LogRefusal(const CallSite& site, const char* what, const char* reason) {
-    CMoxLog::MoxLogFormat(LOG_PRIORITY_WARNING, site.file, site.line, site.function,
-                          "[MoxH5] Page policy refused %s: %s", what, reason);
-}
-
-bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        const auto lower = [](char c) { return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c; };
-        if (lower(a[i]) != lower(b[i])) return false;
-    }
-    return true;
+    WriteLogLine(LOG_PRIORITY_WARNING, site.file, site.line, site.function,
+                 "[MoxH5] Page policy refused %s: %s", what, reason);
 }
 
 bool IsWebScheme(std::string_view scheme) { return scheme == "http" || scheme == "https"; }
@@ -56,7 +48,8 @@ private:
     std::deque<std::wstring> m_order;
 };
 
-// Never destroyed: host threads may complete work while the library unloads.
+// Never destroyed: host threads may complete work while the library unloads
+// (docs/architecture.md, "Statics").
 HandedFiles& TheHandedFiles() {
     static HandedFiles* files = new HandedFiles;
     return *files;
@@ -111,7 +104,7 @@ bool ShellMayOpen(std::string_view target, const CallSite& site) {
     }
     bool allowed = false;
     for (const std::string& scheme : policy.shellSchemes) {
-        allowed = allowed || EqualsIgnoringCase(scheme, url->scheme);
+        allowed = allowed || EqualsIgnoringAsciiCase(scheme, url->scheme);
     }
     if (!allowed) {
         LogRefusal(site, "a shell-open", "scheme not allowed");

@@ -27,8 +27,9 @@ struct SinkSlot {
     std::atomic<int> maxPriority{LOG_PRIORITY_WARNING};
 };
 
+// Never destroyed: threads of the process may log while it exits.
 SinkSlot& Slot() {
-    static SinkSlot slot;
+    static SinkSlot& slot = *new SinkSlot;
     return slot;
 }
 

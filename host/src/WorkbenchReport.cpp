@@ -22,8 +22,9 @@ public:
     }
 };
 
+// Never destroyed: threads of the process may report while it exits.
 std::shared_ptr<IReportSink>& Slot() {
-    static std::shared_ptr<IReportSink> sink = std::make_shared<LogReportSink>();
+    static auto& sink = *new std::shared_ptr<IReportSink>(std::make_shared<LogReportSink>());
     return sink;
 }
 

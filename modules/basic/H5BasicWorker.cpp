@@ -1,6 +1,6 @@
 #include "modules/basic/H5BasicWorker.h"
 
-#include <map>
+#include <string_view>
 
 #include "core/detail/answer.h"
 #include "core/detail/diagnostics.h"
@@ -12,16 +12,23 @@ namespace {
 
 constexpr char kSetLogFunction[] = "H5BasicWorker::setLog";
 
-// The priority a "logLevel" word selects, or 0 for an unknown word.
-int PriorityOfLevel(const std::string& word) {
-    static const std::map<std::string, int> levels = {
+// The priority a "logLevel" word selects, or 0 for an unknown word. A page
+// writes at notice at most: the more urgent levels belong to the host and the
+// library, and a page must not raise alarms in their name.
+int PriorityOfLevel(std::string_view word) {
+    constexpr struct {
+        std::string_view word;
+        int priority;
+    } kLevels[] = {
         {"debug", LOG_PRIORITY_DEBUG},   {"info", LOG_PRIORITY_INFO},
-        {"notice", LOG_PRIORITY_NOTICE}, {"warning", LOG_PRIORITY_WARNING},
-        {"error", LOG_PRIORITY_ERROR},   {"critical", LOG_PRIORITY_CRITICAL},
-        {"alert", LOG_PRIORITY_ALERT},
+        {"notice", LOG_PRIORITY_NOTICE}, {"warning", LOG_PRIORITY_NOTICE},
+        {"error", LOG_PRIORITY_NOTICE},  {"critical", LOG_PRIORITY_NOTICE},
+        {"alert", LOG_PRIORITY_NOTICE},
     };
-    const auto it = levels.find(word);
-    return it == levels.end() ? 0 : it->second;
+    for (const auto& level : kLevels) {
+        if (level.word == word) return level.priority;
+    }
+    return 0;
 }
 
 }  // namespace

@@ -38,7 +38,6 @@ using moxh5::detail::RequireCall;
 using moxh5::detail::RequireObjectParams;
 using moxh5::detail::RequireRequest;
 using moxh5::detail::UseUnifiedCallback;
-using moxh5::platform::Utf8ToWide;
 
 constexpr char kFileNotExist[] = "file not exist.";
 constexpr char kFilePathEmpty[] = "file path is empty.";
@@ -87,8 +86,8 @@ bool H5NativeWorker::checkFileExist(const mox_h5_module_data* data, Json::Value&
         const std::optional<std::wstring> path = PageFileInScope(pagePath, NATIVE_SITE(kFunction));
         found = path && moxh5::platform::FileExists(*path);
         if (found) {
-            NATIVE_LOG_W(LOG_PRIORITY_INFO, L"H5NativeWorker::checkFileExist",
-                         L"[MoxH5] Find file[%ls]", path->c_str());
+            NATIVE_LOG(LOG_PRIORITY_INFO, kFunction, "[MoxH5] Find file[%s]",
+                       moxh5::platform::WideToUtf8(*path).c_str());
         }
     }
     Json::Value result(Json::objectValue);
@@ -105,8 +104,8 @@ bool H5NativeWorker::getPluginVersion(const mox_h5_module_data* data, Json::Valu
     std::string pluginId;
     if (mox_json::GetJsonValueToString(*call.params, "pluginID", pluginId, kFunction, true,
                                        false)) {
-        NATIVE_LOG_W(LOG_PRIORITY_INFO, L"H5NativeWorker::getPluginVersion",
-                     L"[MoxH5] Get Plugin[%ls] version.", Utf8ToWide(pluginId).c_str());
+        NATIVE_LOG(LOG_PRIORITY_INFO, kFunction, "[MoxH5] Get Plugin[%s] version.",
+                   pluginId.c_str());
     }
     Json::Value version;  // the host fills it; null when it does not
     call.host->GetPluginVersion(pluginId, version);
@@ -122,8 +121,7 @@ bool H5NativeWorker::selectFile(const mox_h5_module_data* data, Json::Value& ans
     NATIVE_TRACE_JSON(kFunction, "[MoxH5] Web req SelectFile content: %s", data->payload);
 
     const std::string filter = ReadString(*call.params, "filter", kFunction);
-    NATIVE_LOG_W(LOG_PRIORITY_INFO, L"H5NativeWorker::selectFile", L"[MoxH5] Get filter[%ls]",
-                 Utf8ToWide(filter).c_str());
+    NATIVE_LOG(LOG_PRIORITY_INFO, kFunction, "[MoxH5] Get filter[%s]", filter.c_str());
     call.host->SelectFile(filter, PageIdentityOf(*data), &AnswerPageHandingFiles);
     answer[key::kAsynExec] = true;
     return true;
@@ -140,9 +138,8 @@ bool H5NativeWorker::downloadRemoteFile(const mox_h5_module_data* data, Json::Va
     const std::string filePath = ReadString(*call.params, "filePath", kFunction);
     const std::string url = ReadString(*call.params, "url", kFunction);
     const std::string cookie = ReadString(*call.params, "cookie", kFunction);
-    NATIVE_LOG_W(LOG_PRIORITY_INFO, L"H5NativeWorker::downloadRemoteFile",
-                 L"[MoxH5] H5 download url[%ls], path[%ls]", Utf8ToWide(url).c_str(),
-                 Utf8ToWide(filePath).c_str());
+    NATIVE_LOG(LOG_PRIORITY_INFO, kFunction, "[MoxH5] H5 download url[%s], path[%s]", url.c_str(),
+               filePath.c_str());
     const CallSite site = NATIVE_SITE(kFunction);
     std::optional<std::wstring> target;
     if (!url.empty() && !filePath.empty() && NetworkUrlAllowed(url, site) &&

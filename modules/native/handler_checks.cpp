@@ -1,7 +1,7 @@
 #include "modules/native/handler_checks.h"
 
-#include "MoxLog.h"
 #include "core/detail/answer.h"
+#include "core/detail/diagnostics.h"
 #include "mox_json.h"
 #include "moxh5/module_manager.h"
 
@@ -18,8 +18,8 @@ bool RequireText(const Json::Value& params, const char* name, Json::Value& answe
 IUserCenter* RequireUserCenter(const moxh5::detail::CallSite& site) {
     IUserCenter* users = MoxModuleManager::GetInstance()->GetUserCenter();
     if (!users) {
-        CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
-                              "UserCenter is null, %s", site.function);
+        moxh5::detail::WriteLogLine(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
+                                    "UserCenter is null, %s", site.function);
     }
     return users;
 }

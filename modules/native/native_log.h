@@ -25,18 +25,3 @@ inline constexpr char kLogFile[] = "H5NativeWorker.cpp";
 // when the line is kept.
 #define NATIVE_TRACE_JSON(function, format, value) \
     MOX_LOG_JSON_AT(::moxh5::native::kLogFile, LOG_PRIORITY_INFO, (function), (format), (value))
-
-namespace moxh5::native {
-inline constexpr wchar_t kLogFileW[] = L"H5NativeWorker.cpp";
-}  // namespace moxh5::native
-
-// A wide log line (CMoxLog::MoxLogFormatW) under the worker's file name. The
-// arguments, conversions to UTF-16 included, are evaluated only when the line
-// is kept. `function` is a wide text; use %ls for wide string arguments.
-#define NATIVE_LOG_W(priority, function, format, ...)                                            \
-    do {                                                                                         \
-        if (CMoxLog::IsEnabled(priority)) {                                                      \
-            CMoxLog::MoxLogFormatW((priority), ::moxh5::native::kLogFileW, __LINE__, (function), \
-                                   (format), __VA_ARGS__);                                       \
-        }                                                                                        \
-    } while (0)

@@ -28,19 +28,11 @@ using moxh5::detail::UseUnifiedCallback;
 // ShellExecuteW's convention: values up to 32 are error codes.
 constexpr uintptr_t kShellErrorCeiling = 32;
 
-// The request body as it is logged: empty for a null body.
-std::string BodyText(const Json::Value& body) {
-    return body.isNull() ? std::string() : JsonText(body);
-}
-
-// The request trace of these handlers (priority 600), written only when kept.
-#define NAVIGATION_TRACE(function, format, body)                                   \
-    do {                                                                           \
-        if (CMoxLog::IsEnabled(LOG_PRIORITY_INFO)) {                               \
-            const std::string bodyText = BodyText(body);                           \
-            NATIVE_LOG(LOG_PRIORITY_INFO, (function), (format), bodyText.c_str()); \
-        }                                                                          \
-    } while (0)
+// The request trace of these handlers (priority 600), written only when kept;
+// a null body is logged as an empty text.
+#define NAVIGATION_TRACE(function, format, body)                                              \
+    ::moxh5::detail::WriteJsonLogLine(LOG_PRIORITY_INFO, ::moxh5::native::kLogFile, __LINE__, \
+                                      (function), (format), (body).isNull() ? nullptr : &(body))
 
 // Opens `target` when the page policy lets it reach the shell.
 bool ShellOpened(const std::string& target, const moxh5::detail::CallSite& site) {

@@ -148,8 +148,8 @@ bool H5NativeWorker::showEasyWnd(const mox_h5_module_data* data, Json::Value& an
     EasyWndParam param;
     if (!AJsonUtil::JsonToObject(param, paramsText, "showEasyWnd") || param.title.empty() ||
         param.content.empty() || param.scene.empty()) {
-        NATIVE_LOG(LOG_PRIORITY_ERROR, kFunction, "parse EasyWndParam failed, %s",
-                   paramsText.c_str());
+        MOX_LOG_JSON_AT(::moxh5::native::kLogFile, LOG_PRIORITY_ERROR, kFunction,
+                        "parse EasyWndParam failed, %s", *params);
         answer[key::kMessage] = text::kInvalidParamRecord;
         return false;
     }

@@ -13,7 +13,9 @@ constexpr char kSendFunction[] = "H5SocketWorker::send";
 
 // The params object of a payload, or an empty object for the getters to miss.
 const Json::Value& ParamsOf(const Json::Value& payload) {
-    static const Json::Value none(Json::objectValue);
+    // Never destroyed: calls may still run on host threads while the library
+    // unloads (docs/architecture.md, "Statics").
+    static const Json::Value& none = *new Json::Value(Json::objectValue);
     const Json::Value* params = detail::FindCallParams(payload);
     return params ? *params : none;
 }

@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 
 #include "MoxBizAccess.h"
-#include "MoxLog.h"
+#include "core/detail/diagnostics.h"
 
 namespace {
 
@@ -41,7 +41,8 @@ ClipboardHandle TakeHandle(uint32_t format) {
 }
 
 void LogCopyFailure(int line, const std::string& text) {
-    CMoxLog::MoxLog(LOG_PRIORITY_ERROR, __FILE__, line, kCopyFunction, text.c_str());
+    moxh5::detail::WriteLogLine(LOG_PRIORITY_ERROR, __FILE__, line, kCopyFunction, "%s",
+                                text.c_str());
 }
 
 // The library's helper. When the library unloads it takes itself out of the

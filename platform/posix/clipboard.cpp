@@ -30,8 +30,10 @@ struct Contents {
     std::map<uint32_t, std::string> formats;  // as set
     std::map<uint32_t, std::string> derived;  // text formats converted on read
 };
+// Never destroyed: host threads may use the clipboard while the library
+// unloads (docs/architecture.md, "Statics").
 Contents& TheContents() {
-    static Contents contents;
+    static Contents& contents = *new Contents;
     return contents;
 }
 
