@@ -12,11 +12,12 @@
 #include "moxh5/action_defaults.h"
 #include "moxh5/module_manager.h"
 #include "moxh5/moxh5_c.h"
+#include "moxh5/os_seams.h"
 
 namespace {
 
 struct Recorded {
-    std::vector<std::string> ops, args, pages, reports;
+    std::vector<std::string> ops, args, pages, reports, asked;
     std::vector<moxh5_token*> tokens;
     bool accept = true;
 };
@@ -165,6 +166,84 @@ TEST_F(CInterface, RefusedWorkKeepsNoTokenAndTheCallFails) {
     EXPECT_TRUE(recorded.tokens.empty());
     ASSERT_EQ(recorded.pages.size(), 1u);
     EXPECT_NE(recorded.pages[0].find("false"), std::string::npos);
+}
+
+// A token of a closed page is completed without an answer, even when the reloaded page
+// has new work under the same callback id; the new work is answered.
+TEST_F(CInterface, ClosedPagesHearNoLateAnswers) {
+    ASSERT_EQ(Execute("JSNetwork", kPost), MOXH5_OK);
+    EXPECT_EQ(moxh5_page_closed(host, 1, 0, nullptr), MOXH5_OK);
+    ASSERT_EQ(Execute("JSNetwork", kPost), MOXH5_OK);
+    ASSERT_EQ(recorded.tokens.size(), 2u);
+    EXPECT_EQ(moxh5_complete(recorded.tokens[0], R"({"answer":{"data":"old"}})"), MOXH5_OK);
+    EXPECT_TRUE(recorded.pages.empty());
+    EXPECT_EQ(moxh5_complete(recorded.tokens[1], R"({"answer":{"data":"new"}})"), MOXH5_OK);
+    ASSERT_EQ(recorded.pages.size(), 1u);
+    EXPECT_NE(recorded.pages[0].find("new"), std::string::npos);
+    EXPECT_EQ(moxh5_complete(recorded.tokens[1], nullptr), MOXH5_ERROR_STATE);
+    EXPECT_EQ(moxh5_page_closed(nullptr, 0, 0, nullptr), MOXH5_ERROR_STATE);
+}
+
+std::vector<std::string> g_shellTargets;
+uintptr_t RecordShellOpen(const std::wstring& target) {
+    g_shellTargets.emplace_back(target.begin(), target.end());
+    return 42;
+}
+
+int MOXH5_CALL AllowAllButToast(void* user, const char* page, const char* module,
+                                const char* method) {
+    static_cast<Recorded*>(user)->asked.push_back(std::string(page) + " " + module + "." + method);
+    return std::string(method) != "showToast";
+}
+
+const char kDenied[] =
+    R"({"NoNeedUnifyCallBack":true,"message":"Invalid method.","support":false})";
+
+// The page policy from JSON and the table's method filter.
+TEST(CInterfaceTable, PagePolicyAndMethodFilter) {
+    Recorded recorded;
+    moxh5_host_table table{};
+    table.size = sizeof table;
+    table.user = &recorded;
+    table.operation = &Operation;
+    table.method_allowed = &AllowAllButToast;
+    moxh5_host* host = nullptr;
+    ASSERT_EQ(moxh5_create(&table, &host), MOXH5_OK);
+    MoxH5SetShellOpenHook(&RecordShellOpen);
+    const auto run = [&](const char* method, const char* params) {
+        const std::string request = R"({"webindex":2,"mallcsid":"m","payload":{"method":")" +
+                                    std::string(method) + R"(","params":)" + params + "}}";
+        unsigned outcome = 0;
+        char* answer = nullptr;
+        EXPECT_EQ(moxh5_execute(host, "JSCallNative", request.c_str(), &outcome, &answer),
+                  MOXH5_OK);
+        const std::string text = answer ? answer : "";
+        moxh5_free(answer);
+        return text;
+    };
+    EXPECT_EQ(run("showToast", R"({"content":"x"})"), kDenied);
+    EXPECT_EQ(
+        recorded.asked.at(0),
+        R"({"isWorker":false,"webindex":2,"mallcsid":"m","workerid":""} JSCallNative.showToast)");
+    const struct {
+        const char* policy;
+        int status;
+    } kPolicies[] = {
+        {R"({"shellSchemes":"https"})", MOXH5_ERROR_JSON},
+        {R"({"unrestricted":1})", MOXH5_ERROR_JSON},
+        {R"({"fileRoot":["/tmp"]})", MOXH5_ERROR_JSON},
+        {R"({"fileRoots":["/tmp",3]})", MOXH5_ERROR_JSON},
+        {"[]", MOXH5_ERROR_JSON},
+        {R"({"unrestricted":false,"shellSchemes":["https"],"fileRoots":[]})", MOXH5_OK}};
+    for (const auto& p : kPolicies)
+        EXPECT_EQ(moxh5_set_page_policy(host, p.policy), p.status) << p.policy;
+    EXPECT_EQ(run("windowsDownLoad", R"({"url":"http://dl.example/a"})"),
+              R"({"message":"download failed"})");
+    run("windowsDownLoad", R"({"url":"https://dl.example/a"})");
+    EXPECT_EQ(g_shellTargets, std::vector<std::string>{"https://dl.example/a"});
+    EXPECT_EQ(run("showToast", "{}"), kDenied);
+    MoxH5SetShellOpenHook(nullptr);
+    EXPECT_EQ(moxh5_destroy(host), MOXH5_OK);
 }
 
 // An older host's table, without log and report, still works, and a host

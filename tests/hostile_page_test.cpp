@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 
 #include "moxh5/platform.h"
 #include "tests/fakes/capture_sinks.h"
@@ -249,6 +250,65 @@ TEST(HostilePage, DeniedMethodsLookUnknown) {
     EXPECT_EQ(CallOf("canIUse", name, true, "JSCallBasic"), "null true");
     EXPECT_EQ(asked, (std::vector<std::string>{"mall-1|cs-1/7/worker-9 JSCallBasic.canIUse",
                                                "mall-1|cs-1/7/worker-9 JSCallNative.getFileInfo"}));
+}
+
+// Test that host work answers its page once, never after the page closed, and that the
+// reloaded page's calls under the same ids are answered again.
+TEST(HostilePage, LateAnswersReachOnlyOpenPagesOnce) {
+    enum Step { kStart, kFinish, kClose, kCallNow };
+    const struct {
+        Step step;
+        const char* method;  // kStart: the work; kCallNow: an immediate call
+        const char* id;
+        const char* workerid;
+        size_t delivered;
+    } kSteps[] = {
+        {kStart, "selectFile", "late-1", "w-a", 0},
+        {kFinish, "", "late-1", "w-a", 1},
+        {kFinish, "", "late-1", "w-a", 0},
+        {kStart, "showCommonTip", "tip-1", "w-a", 0},
+        {kFinish, "", "tip-1", "w-a", 1},
+        {kFinish, "", "tip-1", "w-a", 0},
+        {kStart, "uploadFile", "late-2", "w-a", 0},
+        {kStart, "saveFile", "late-3", "w-b", 0},
+        {kClose, "", "", "w-a", 0},
+        {kFinish, "", "late-2", "w-a", 0},
+        {kFinish, "", "late-3", "w-b", 1},
+        {kCallNow, "showToast", "late-2", "w-a", 1},
+        {kStart, "selectFile", "late-2", "w-a", 0},
+        {kFinish, "", "late-2", "w-a", 1},
+    };
+    RecordingHost host;
+    ScopedActionInterface installed(&host);
+    ScopedLogCapture log;
+    std::map<std::string, PendingPageWork> work;
+    for (const auto& s : kSteps) {
+        host.ClearCalls();
+        mox_h5_module_data call =
+            MakeCall(s.method,
+                     ParseJson(R"({"url":"https://x.example/",)"
+                               R"("filePath":"/tmp/f","tempFilePath":"/tmp/f"})"),
+                     true, s.id);
+        call.workerid = s.workerid;
+        Json::Value answer;
+        const PendingPageWork* w = &work[std::string(s.id) + s.workerid];
+        if (s.step == kStart || s.step == kCallNow) {
+            const bool handled = RunCall("JSCallNative", call, answer);
+            callBackToWebPage(true, handled, call.webindex, call.mallcsid, s.id, s.workerid,
+                              answer);
+            if (s.step == kStart) work[std::string(s.id) + s.workerid] = host.TakePending().at(0);
+        } else if (s.step == kClose) {
+            ReadySingleton().PageClosed(true, call.webindex, s.workerid);
+        } else if (w->tipDone) {
+            w->tipDone(true, answer);
+        } else {
+            w->done(true, true, w->page.webindex, w->page.mallcsid, w->page.callbackid,
+                    w->page.workerid, answer);
+        }
+        EXPECT_EQ(host.CountOf("WorkerJsCallback"), s.delivered) << s.step << " " << s.id;
+    }
+    EXPECT_EQ(log->Matching("[MoxH5] Dropped repeated answer: worker[1]").size(), 2u);
+    EXPECT_EQ(log->Matching("[MoxH5] Dropped answer for closed page: worker[1]").size(), 1u);
 }
 
 }  // namespace

@@ -70,8 +70,7 @@ MOXH5_API MoxPageIdentity PageIdentityOf(const mox_h5_module_data& request);
 // interface or no callback id.
 MOXH5_API bool callBackToWebPage(bool isWorker, bool success, int webindex,
                                  const std::string& mallcsid, const std::string& callbackid,
-                                 const std::string& workerid,
-                                 const Json::Value& answer) noexcept;
+                                 const std::string& workerid, const Json::Value& answer) noexcept;
 
 // callBackToWebPage for a saved page identity.
 MOXH5_API bool AnswerPage(const MoxPageIdentity& page, bool success,
