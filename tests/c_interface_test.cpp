@@ -42,6 +42,11 @@ void MOXH5_CALL Report(void* user, const char* json) {
     static_cast<Recorded*>(user)->reports.push_back(json);
 }
 
+int MOXH5_CALL MethodAllowed(void* user, const char* page, const char*, const char* method) {
+    static_cast<Recorded*>(user)->asked.push_back(std::string(page) + " " + method);
+    return std::string(method) != "openWindow";
+}
+
 class CInterface : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -51,6 +56,7 @@ protected:
         table.operation = &Operation;
         table.page_answer = &PageAnswer;
         table.report = &Report;
+        table.method_allowed = &MethodAllowed;
         ASSERT_EQ(moxh5_create(&table, &host), MOXH5_OK);
     }
     void TearDown() override { moxh5_destroy(host); }
@@ -181,7 +187,6 @@ TEST_F(CInterface, ClosedPagesHearNoLateAnswers) {
     ASSERT_EQ(recorded.pages.size(), 1u);
     EXPECT_NE(recorded.pages[0].find("new"), std::string::npos);
     EXPECT_EQ(moxh5_complete(recorded.tokens[1], nullptr), MOXH5_ERROR_STATE);
-    EXPECT_EQ(moxh5_page_closed(nullptr, 0, 0, nullptr), MOXH5_ERROR_STATE);
 }
 
 std::vector<std::string> g_shellTargets;
@@ -190,60 +195,32 @@ uintptr_t RecordShellOpen(const std::wstring& target) {
     return 42;
 }
 
-int MOXH5_CALL AllowAllButToast(void* user, const char* page, const char* module,
-                                const char* method) {
-    static_cast<Recorded*>(user)->asked.push_back(std::string(page) + " " + module + "." + method);
-    return std::string(method) != "showToast";
-}
-
-const char kDenied[] =
-    R"({"NoNeedUnifyCallBack":true,"message":"Invalid method.","support":false})";
-
-// The page policy from JSON and the table's method filter.
-TEST(CInterfaceTable, PagePolicyAndMethodFilter) {
-    Recorded recorded;
-    moxh5_host_table table{};
-    table.size = sizeof table;
-    table.user = &recorded;
-    table.operation = &Operation;
-    table.method_allowed = &AllowAllButToast;
-    moxh5_host* host = nullptr;
-    ASSERT_EQ(moxh5_create(&table, &host), MOXH5_OK);
+// The page policy from JSON, and the table's method filter (the fixture's denies "openWindow").
+TEST_F(CInterface, PagePolicyAndMethodFilter) {
     MoxH5SetShellOpenHook(&RecordShellOpen);
+    std::string answer;
     const auto run = [&](const char* method, const char* params) {
-        const std::string request = R"({"webindex":2,"mallcsid":"m","payload":{"method":")" +
-                                    std::string(method) + R"(","params":)" + params + "}}";
-        unsigned outcome = 0;
-        char* answer = nullptr;
-        EXPECT_EQ(moxh5_execute(host, "JSCallNative", request.c_str(), &outcome, &answer),
-                  MOXH5_OK);
-        const std::string text = answer ? answer : "";
-        moxh5_free(answer);
-        return text;
+        Execute("JSCallNative",
+                std::string(R"({"webindex":2,"mallcsid":"m","payload":{"method":")") + method +
+                    R"(","params":)" + params + "}}",
+                nullptr, &answer);
+        return answer;
     };
-    EXPECT_EQ(run("showToast", R"({"content":"x"})"), kDenied);
-    EXPECT_EQ(
-        recorded.asked.at(0),
-        R"({"isWorker":false,"webindex":2,"mallcsid":"m","workerid":""} JSCallNative.showToast)");
-    const struct {
-        const char* policy;
-        int status;
-    } kPolicies[] = {
-        {R"({"shellSchemes":"https"})", MOXH5_ERROR_JSON},
-        {R"({"unrestricted":1})", MOXH5_ERROR_JSON},
-        {R"({"fileRoot":["/tmp"]})", MOXH5_ERROR_JSON},
-        {R"({"fileRoots":["/tmp",3]})", MOXH5_ERROR_JSON},
-        {"[]", MOXH5_ERROR_JSON},
-        {R"({"unrestricted":false,"shellSchemes":["https"],"fileRoots":[]})", MOXH5_OK}};
-    for (const auto& p : kPolicies)
-        EXPECT_EQ(moxh5_set_page_policy(host, p.policy), p.status) << p.policy;
+    EXPECT_EQ(run("openWindow", "{}"),
+              R"({"NoNeedUnifyCallBack":true,"message":"Invalid method.","support":false})");
+    EXPECT_EQ(recorded.asked.back(),
+              R"({"isWorker":false,"webindex":2,"mallcsid":"m","workerid":""} openWindow)");
+    for (const char* policy : {R"({"shellSchemes":"https"})", R"({"unrestricted":1})",
+                               R"({"fileRoot":["/tmp"]})", R"({"fileRoots":["/tmp",3]})", "[]"}) {
+        EXPECT_EQ(moxh5_set_page_policy(host, policy), MOXH5_ERROR_JSON) << policy;
+    }
+    EXPECT_EQ(moxh5_set_page_policy(host, R"({"shellSchemes":["https"],"fileRoots":[]})"),
+              MOXH5_OK);
     EXPECT_EQ(run("windowsDownLoad", R"({"url":"http://dl.example/a"})"),
               R"({"message":"download failed"})");
     run("windowsDownLoad", R"({"url":"https://dl.example/a"})");
     EXPECT_EQ(g_shellTargets, std::vector<std::string>{"https://dl.example/a"});
-    EXPECT_EQ(run("showToast", "{}"), kDenied);
     MoxH5SetShellOpenHook(nullptr);
-    EXPECT_EQ(moxh5_destroy(host), MOXH5_OK);
 }
 
 // An older host's table, without log and report, still works, and a host

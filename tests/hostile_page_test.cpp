@@ -263,20 +263,15 @@ TEST(HostilePage, LateAnswersReachOnlyOpenPagesOnce) {
         const char* workerid;
         size_t delivered;
     } kSteps[] = {
-        {kStart, "selectFile", "late-1", "w-a", 0},
-        {kFinish, "", "late-1", "w-a", 1},
-        {kFinish, "", "late-1", "w-a", 0},
-        {kStart, "showCommonTip", "tip-1", "w-a", 0},
-        {kFinish, "", "tip-1", "w-a", 1},
-        {kFinish, "", "tip-1", "w-a", 0},
-        {kStart, "uploadFile", "late-2", "w-a", 0},
-        {kStart, "saveFile", "late-3", "w-b", 0},
-        {kClose, "", "", "w-a", 0},
-        {kFinish, "", "late-2", "w-a", 0},
-        {kFinish, "", "late-3", "w-b", 1},
-        {kCallNow, "showToast", "late-2", "w-a", 1},
-        {kStart, "selectFile", "late-2", "w-a", 0},
-        {kFinish, "", "late-2", "w-a", 1},
+        // clang-format off
+        {kStart, "selectFile", "late-1", "w-a", 0}, {kFinish, "", "late-1", "w-a", 1},
+        {kFinish, "", "late-1", "w-a", 0}, {kStart, "showCommonTip", "tip-1", "w-a", 0},
+        {kFinish, "", "tip-1", "w-a", 1}, {kFinish, "", "tip-1", "w-a", 0},
+        {kStart, "uploadFile", "late-2", "w-a", 0}, {kStart, "saveFile", "late-3", "w-b", 0},
+        {kClose, "", "", "w-a", 0}, {kFinish, "", "late-2", "w-a", 0},
+        {kFinish, "", "late-3", "w-b", 1}, {kCallNow, "showToast", "late-2", "w-a", 1},
+        {kStart, "selectFile", "late-2", "w-a", 0}, {kFinish, "", "late-2", "w-a", 1},
+        // clang-format on
     };
     RecordingHost host;
     ScopedActionInterface installed(&host);
@@ -284,19 +279,18 @@ TEST(HostilePage, LateAnswersReachOnlyOpenPagesOnce) {
     std::map<std::string, PendingPageWork> work;
     for (const auto& s : kSteps) {
         host.ClearCalls();
-        mox_h5_module_data call =
-            MakeCall(s.method,
-                     ParseJson(R"({"url":"https://x.example/",)"
-                               R"("filePath":"/tmp/f","tempFilePath":"/tmp/f"})"),
-                     true, s.id);
+        mox_h5_module_data call = MakeCall(
+            s.method,
+            ParseJson(R"({"url":"https://x.example/","filePath":"/f","tempFilePath":"/f"})"), true,
+            s.id);
         call.workerid = s.workerid;
         Json::Value answer;
-        const PendingPageWork* w = &work[std::string(s.id) + s.workerid];
+        PendingPageWork* w = &work[std::string(s.id) + s.workerid];
         if (s.step == kStart || s.step == kCallNow) {
             const bool handled = RunCall("JSCallNative", call, answer);
             callBackToWebPage(true, handled, call.webindex, call.mallcsid, s.id, s.workerid,
                               answer);
-            if (s.step == kStart) work[std::string(s.id) + s.workerid] = host.TakePending().at(0);
+            if (s.step == kStart) *w = host.TakePending().at(0);
         } else if (s.step == kClose) {
             ReadySingleton().PageClosed(true, call.webindex, s.workerid);
         } else if (w->tipDone) {
