@@ -9,6 +9,8 @@
 // and then, once per script call from a page:
 //   manager->Exist(request)                        -> is the module (or "Module.method") known?
 //   manager->Execute(moduleName, request, answer)  -> (module registered, call handled)
+// and, when a page closes or reloads:
+//   manager->PageClosed(isWorker, webindex, workerid)
 //
 // Execute writes the immediate answer into `answer`; the host reads it and
 // answers the page (or not, when the answer holds "NoNeedUnifyCallBack" or

@@ -28,7 +28,8 @@
  *
  * Threads: moxh5_create and moxh5_destroy are start-up and shut-down calls;
  * no other call may run meanwhile. moxh5_execute, moxh5_exist,
- * moxh5_answer_page and moxh5_complete may run on any threads at once. The
+ * moxh5_answer_page, moxh5_complete and moxh5_page_closed may run on any
+ * threads at once; moxh5_set_page_policy is a start-up call. The
  * callbacks run on the thread that calls moxh5_execute, except page_answer,
  * which also runs on the thread that calls moxh5_complete, and log and
  * report, which run wherever the library logs or reports, possibly on several
@@ -183,10 +184,10 @@ MOXH5_API int MOXH5_CALL moxh5_reply(moxh5_reply_slot* reply, const char* result
 
 /* Finishes asynchronous work, once, from any thread. `result_json`:
  * {"success": bool, "answer": <the page's answer>} (absent or null text:
- * true, {}). The page is answered through page_answer before this returns and
- * the token is released. A result refused with MOXH5_ERROR_JSON leaves the
- * token with the host; a token completed before, or unknown, gives
- * MOXH5_ERROR_STATE. */
+ * true, {}). The page is answered through page_answer before this returns
+ * (unless it closed: see moxh5_page_closed) and the token is released. A
+ * result refused with MOXH5_ERROR_JSON leaves the token with the host; a
+ * token completed before, or unknown, gives MOXH5_ERROR_STATE. */
 MOXH5_API int MOXH5_CALL moxh5_complete(moxh5_token* token, const char* result_json);
 
 /* The page closed or reloaded (`workerid` is ignored for render pages and may
