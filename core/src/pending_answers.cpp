@@ -1,8 +1,11 @@
 #include "core/detail/pending_answers.h"
 
+#include <array>
+#include <atomic>
 #include <functional>
 #include <list>
 #include <mutex>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 
@@ -26,12 +29,18 @@ struct AnswerKey {
     }
 };
 
+// Computed from the parts, so that a call can be looked up without a copy.
+size_t HashOf(bool isWorker, int32_t webindex, std::string_view workerid,
+              std::string_view callbackid) noexcept {
+    const std::hash<std::string_view> text;
+    size_t h = text(callbackid);
+    h = h * 31 + (isWorker ? text(workerid) : 0);
+    return h * 31 + static_cast<size_t>(webindex) * 2 + (isWorker ? 1 : 0);
+}
+
 struct AnswerKeyHash {
     size_t operator()(const AnswerKey& key) const noexcept {
-        const std::hash<std::string> text;
-        size_t h = text(key.callbackid);
-        h = h * 31 + text(key.workerid);
-        return h * 31 + static_cast<size_t>(key.webindex) * 2 + (key.isWorker ? 1 : 0);
+        return HashOf(key.isWorker, key.webindex, key.workerid, key.callbackid);
     }
 };
 
@@ -49,25 +58,28 @@ bool MakeKey(bool isWorker, int32_t webindex, const std::string& workerid,
 enum class Remembered : uint8_t { kAnswered, kPageClosed };
 
 // Keys in the order they were put; beyond kAnswerKeyCapacity the oldest goes.
+// Changed under the owner's lock; MayHold may be asked without it.
 class KeyTable {
 public:
     void Put(AnswerKey key, Remembered why) {
         Take(key);
+        Count(key, 1);
         m_order.emplace_back(std::move(key), why);
         auto last = std::prev(m_order.end());
         m_index.emplace(last->first, last);
-        if (m_order.size() > kAnswerKeyCapacity) {
-            m_index.erase(m_order.front().first);
-            m_order.pop_front();
-        }
+        if (m_order.size() > kAnswerKeyCapacity) Erase(m_index.find(m_order.front().first));
     }
     // Removes `key`; false when it was not there.
     bool Take(const AnswerKey& key) {
         const auto found = m_index.find(key);
         if (found == m_index.end()) return false;
-        m_order.erase(found->second);
-        m_index.erase(found);
+        Erase(found);
         return true;
+    }
+    // False when no key of this hash is held: the common case of a new call,
+    // answered without taking the lock.
+    bool MayHold(size_t hash) const {
+        return m_counts[hash % kCountSlots].load(std::memory_order_relaxed) != 0;
     }
     bool Find(const AnswerKey& key, Remembered& why) const {
         const auto found = m_index.find(key);
@@ -85,16 +97,30 @@ public:
                 continue;
             }
             m_index.erase(item->first);
+            Count(item->first, -1);
             visit(std::move(item->first));
             item = m_order.erase(item);
         }
     }
 
 private:
-    std::list<std::pair<AnswerKey, Remembered>> m_order;
-    std::unordered_map<AnswerKey, std::list<std::pair<AnswerKey, Remembered>>::iterator,
-                       AnswerKeyHash>
-        m_index;
+    using Order = std::list<std::pair<AnswerKey, Remembered>>;
+    // Four count slots per key held keep most lookups of absent keys lock-free.
+    static constexpr size_t kCountSlots = 4 * kAnswerKeyCapacity;
+
+    void Count(const AnswerKey& key, int change) {
+        m_counts[AnswerKeyHash()(key) % kCountSlots].fetch_add(static_cast<uint16_t>(change),
+                                                               std::memory_order_relaxed);
+    }
+    void Erase(std::unordered_map<AnswerKey, Order::iterator, AnswerKeyHash>::iterator found) {
+        Count(found->first, -1);
+        m_order.erase(found->second);
+        m_index.erase(found);
+    }
+
+    Order m_order;
+    std::unordered_map<AnswerKey, Order::iterator, AnswerKeyHash> m_index;
+    std::array<std::atomic<uint16_t>, kCountSlots> m_counts{};
 };
 
 class PendingAnswers {
@@ -106,8 +132,9 @@ public:
     }
     void Forget(const AnswerKey& key) {
         std::lock_guard<std::mutex> lock(m_mutex);
-        if (!m_remembered.Empty()) m_remembered.Take(key);
+        m_remembered.Take(key);
     }
+    bool MayRemember(size_t hash) const { return m_remembered.MayHold(hash); }
     // Whether the answer may go; `why` says why not.
     bool Admit(AnswerKey key, Remembered& why) {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -154,10 +181,14 @@ MoxPageCallbackFn AnswerLater(const MoxPageIdentity& page, MoxPageCallbackFn don
 }
 
 void NoteNewCall(const mox_h5_module_data& call) noexcept {
+    const char* workerid = call.workerid ? call.workerid : "";
+    if (!ThePendingAnswers().MayRemember(
+            HashOf(call.isWorker, call.webindex, workerid, call.callbackid))) {
+        return;
+    }
     CatchAll("NoteNewCall", [&] {
         AnswerKey key;
-        if (MakeKey(call.isWorker, call.webindex, call.workerid ? call.workerid : "",
-                    call.callbackid, key)) {
+        if (MakeKey(call.isWorker, call.webindex, workerid, call.callbackid, key)) {
             ThePendingAnswers().Forget(key);
         }
     });
