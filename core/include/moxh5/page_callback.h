@@ -22,12 +22,14 @@
 // the answers of the closed page's outstanding work are dropped too (each drop
 // logged at priority 400, "[MoxH5] Dropped ..."). An answer for a callback id
 // that was never handed over with host work (a host answering on its own) is
-// delivered as always. The record is bounded (4096 outstanding pieces of work
-// and 4096 answered or closed keys, the oldest forgotten first; ids over 256
-// bytes are not tracked). Limit: through this function pointer, a late answer
-// of a closed page's work cannot be told apart from an answer for new work
-// of the reloaded page under the same callback id; the first of them is
-// delivered. The C interface's tokens tell them apart.
+// delivered as always, and so is the answer to a new call under an id used
+// before (a reloaded page counts its ids from the start). The record is
+// bounded (4096 outstanding pieces of work and 4096 answered or closed keys,
+// the oldest forgotten first; ids over 256 bytes are not tracked). Limit:
+// through this function pointer, a late answer of a closed page's work cannot
+// be told apart from an answer for new work of the reloaded page under the
+// same callback id; the first of them is delivered. The C interface's tokens
+// tell them apart.
 //
 // No exception leaves these functions: one thrown inside (by the host's
 // RenderJsCallback, say, or a failed allocation) is logged at priority 300
