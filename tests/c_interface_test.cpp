@@ -12,11 +12,12 @@
 #include "moxh5/action_defaults.h"
 #include "moxh5/module_manager.h"
 #include "moxh5/moxh5_c.h"
+#include "moxh5/os_seams.h"
 
 namespace {
 
 struct Recorded {
-    std::vector<std::string> ops, args, pages, reports;
+    std::vector<std::string> ops, args, pages, reports, asked;
     std::vector<moxh5_token*> tokens;
     bool accept = true;
 };
@@ -41,6 +42,11 @@ void MOXH5_CALL Report(void* user, const char* json) {
     static_cast<Recorded*>(user)->reports.push_back(json);
 }
 
+int MOXH5_CALL MethodAllowed(void* user, const char* page, const char*, const char* method) {
+    static_cast<Recorded*>(user)->asked.push_back(std::string(page) + " " + method);
+    return std::string(method) != "openWindow";
+}
+
 class CInterface : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -50,6 +56,7 @@ protected:
         table.operation = &Operation;
         table.page_answer = &PageAnswer;
         table.report = &Report;
+        table.method_allowed = &MethodAllowed;
         ASSERT_EQ(moxh5_create(&table, &host), MOXH5_OK);
     }
     void TearDown() override { moxh5_destroy(host); }
@@ -173,6 +180,55 @@ TEST_F(CInterface, RefusedWorkKeepsNoTokenAndTheCallFails) {
     EXPECT_TRUE(recorded.tokens.empty());
     ASSERT_EQ(recorded.pages.size(), 1u);
     EXPECT_NE(recorded.pages[0].find("false"), std::string::npos);
+}
+
+// A token of a closed page is completed without an answer, even when the reloaded page
+// has new work under the same callback id; the new work is answered.
+TEST_F(CInterface, ClosedPagesHearNoLateAnswers) {
+    ASSERT_EQ(Execute("JSNetwork", kPost), MOXH5_OK);
+    EXPECT_EQ(moxh5_page_closed(host, 1, 0, nullptr), MOXH5_OK);
+    ASSERT_EQ(Execute("JSNetwork", kPost), MOXH5_OK);
+    ASSERT_EQ(recorded.tokens.size(), 2u);
+    EXPECT_EQ(moxh5_complete(recorded.tokens[0], R"({"answer":{"data":"old"}})"), MOXH5_OK);
+    EXPECT_TRUE(recorded.pages.empty());
+    EXPECT_EQ(moxh5_complete(recorded.tokens[1], R"({"answer":{"data":"new"}})"), MOXH5_OK);
+    ASSERT_EQ(recorded.pages.size(), 1u);
+    EXPECT_NE(recorded.pages[0].find("new"), std::string::npos);
+    EXPECT_EQ(moxh5_complete(recorded.tokens[1], nullptr), MOXH5_ERROR_STATE);
+}
+
+std::vector<std::string> g_shellTargets;
+uintptr_t RecordShellOpen(const std::wstring& target) {
+    g_shellTargets.emplace_back(target.begin(), target.end());
+    return 42;
+}
+
+// The page policy from JSON, and the table's method filter (the fixture's denies "openWindow").
+TEST_F(CInterface, PagePolicyAndMethodFilter) {
+    MoxH5SetShellOpenHook(&RecordShellOpen);
+    std::string answer;
+    const auto run = [&](const char* method, const char* params) {
+        Execute("JSCallNative",
+                std::string(R"({"webindex":2,"mallcsid":"m","payload":{"method":")") + method +
+                    R"(","params":)" + params + "}}",
+                nullptr, &answer);
+        return answer;
+    };
+    EXPECT_EQ(run("openWindow", "{}"),
+              R"({"NoNeedUnifyCallBack":true,"message":"Invalid method.","support":false})");
+    EXPECT_EQ(recorded.asked.back(),
+              R"({"isWorker":false,"webindex":2,"mallcsid":"m","workerid":""} openWindow)");
+    for (const char* policy : {R"({"shellSchemes":"https"})", R"({"unrestricted":1})",
+                               R"({"fileRoot":["/tmp"]})", R"({"fileRoots":["/tmp",3]})", "[]"}) {
+        EXPECT_EQ(moxh5_set_page_policy(host, policy), MOXH5_ERROR_JSON) << policy;
+    }
+    EXPECT_EQ(moxh5_set_page_policy(host, R"({"shellSchemes":["https"],"fileRoots":[]})"),
+              MOXH5_OK);
+    EXPECT_EQ(run("windowsDownLoad", R"({"url":"http://dl.example/a"})"),
+              R"({"message":"download failed"})");
+    run("windowsDownLoad", R"({"url":"https://dl.example/a"})");
+    EXPECT_EQ(g_shellTargets, std::vector<std::string>{"https://dl.example/a"});
+    MoxH5SetShellOpenHook(nullptr);
 }
 
 // An older host's table, without log and report, still works, and a host

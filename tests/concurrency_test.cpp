@@ -105,5 +105,26 @@ TEST(Concurrency, CallsAndCompletionsOnManyThreads) {
     EXPECT_EQ(static_cast<size_t>(completed.load()), asyncIds.size());
 }
 
+// Test that the action interface can be swapped while calls run: each call reaches one host.
+TEST(Concurrency, SetCallbackWhileCallsRun) {
+    ScopedLogCapture quiet(LOG_PRIORITY_ALERT);
+    ScopedReportCapture reports;
+    RecordingHost first, second;
+    MoxModuleManager& manager = ReadySingleton();
+    ScopedActionInterface installed(&first);
+    std::atomic<bool> done{false};
+    std::thread swapper([&] {
+        for (int i = 0; !done.load(); ++i) manager.SetCallback(i % 2 ? &first : &second);
+    });
+    for (int i = 0; i < 500; ++i) {
+        Json::Value answer(Json::objectValue);
+        manager.Execute("JSCallNative", MakeCall("showToast", ParseJson(R"({"content":"t"})")),
+                        answer);
+    }
+    done = true;
+    swapper.join();
+    EXPECT_EQ(first.CountOf("ShowToast") + second.CountOf("ShowToast"), size_t{500});
+}
+
 }  // namespace
 }  // namespace moxh5::test

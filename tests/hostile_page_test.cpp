@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 
 #include "moxh5/platform.h"
 #include "tests/fakes/capture_sinks.h"
@@ -336,6 +337,59 @@ TEST(HostilePage, DeepOrHugePayloadsReachNoModule) {
         params["name"] = name;
         EXPECT_EQ(ReadySingleton().Exist(MakeCall("canIUse", params)), exists) << name.size();
     }
+}
+
+// Test that host work answers its page once, never after the page closed, and that the
+// reloaded page's calls under the same ids are answered again.
+TEST(HostilePage, LateAnswersReachOnlyOpenPagesOnce) {
+    enum Step { kStart, kFinish, kClose, kCallNow };
+    const struct {
+        Step step;
+        const char* method;  // kStart: the work; kCallNow: an immediate call
+        const char* id;
+        const char* workerid;
+        size_t delivered;
+    } kSteps[] = {
+        // clang-format off
+        {kStart, "selectFile", "late-1", "w-a", 0}, {kFinish, "", "late-1", "w-a", 1},
+        {kFinish, "", "late-1", "w-a", 0}, {kStart, "showCommonTip", "tip-1", "w-a", 0},
+        {kFinish, "", "tip-1", "w-a", 1}, {kFinish, "", "tip-1", "w-a", 0},
+        {kStart, "uploadFile", "late-2", "w-a", 0}, {kStart, "saveFile", "late-3", "w-b", 0},
+        {kClose, "", "", "w-a", 0}, {kFinish, "", "late-2", "w-a", 0},
+        {kFinish, "", "late-3", "w-b", 1}, {kCallNow, "showToast", "late-2", "w-a", 1},
+        {kStart, "selectFile", "late-2", "w-a", 0}, {kFinish, "", "late-2", "w-a", 1},
+        // clang-format on
+    };
+    RecordingHost host;
+    ScopedActionInterface installed(&host);
+    ScopedLogCapture log;
+    std::map<std::string, PendingPageWork> work;
+    for (const auto& s : kSteps) {
+        host.ClearCalls();
+        mox_h5_module_data call = MakeCall(
+            s.method,
+            ParseJson(R"({"url":"https://x.example/","filePath":"/f","tempFilePath":"/f"})"), true,
+            s.id);
+        call.workerid = s.workerid;
+        Json::Value answer;
+        PendingPageWork* w = &work[std::string(s.id) + s.workerid];
+        if (s.step == kStart || s.step == kCallNow) {
+            const bool handled = RunCall("JSCallNative", call, answer);
+            callBackToWebPage(true, handled, call.webindex, call.mallcsid, s.id, s.workerid,
+                              answer);
+            if (s.step == kStart) *w = host.TakePending().at(0);
+        } else if (s.step == kClose) {
+            ReadySingleton().PageClosed(true, call.webindex, s.workerid);
+        } else if (w->tipDone) {
+            w->tipDone(true, answer);
+        } else {
+            w->done(true, true, w->page.webindex, w->page.mallcsid, w->page.callbackid,
+                    w->page.workerid, answer);
+        }
+        EXPECT_EQ(host.CountOf("WorkerJsCallback"), s.delivered) << s.step << " " << s.id;
+    }
+    EXPECT_EQ(log->Matching("[MoxH5] Dropped repeated answer: worker[1]").size(), 2u);
+    EXPECT_EQ(log->Matching("[MoxH5] Dropped answer for closed page: worker[1]").size(), 1u);
 }
 
 }  // namespace

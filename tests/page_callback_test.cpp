@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
+
+#include "core/detail/page_policy.h"
+#include "moxh5/action_defaults.h"
 #include "tests/fakes/bridge_fixture.h"
 #include "tests/fakes/capture_sinks.h"
 
@@ -84,6 +88,34 @@ TEST_F(PageCallbackTest, NoCallbackWithoutCallbackIdOrActionInterface) {
     ASSERT_EQ(lines.size(), 1u);
     EXPECT_EQ(lines[0].text, "MoxModuleManager::GetInstance()->GetCallback() check failed");
     EXPECT_EQ(lines[0].priority, LOG_PRIORITY_ERROR);
+}
+
+// A host that runs out of memory while it answers pages.
+class ThrowingHost : public H5ActionDefaults {
+public:
+    void RenderJsCallback(const std::string&, int, const std::string&,
+                          const std::string&) override {
+        throw std::bad_alloc();
+    }
+    void WorkerJsCallback(const std::string&, int, const std::string&,
+                          const std::string&) override {
+        throw 7;
+    }
+};
+
+// Test that an exception thrown inside delivery is logged and stays in the library.
+TEST(PageCallbackEscapes, NothingThrownDuringDeliveryReachesTheHost) {
+    ThrowingHost host;
+    ScopedActionInterface installed(&host);
+    ScopedLogCapture log;
+    const Json::Value files = ParseJson(R"({"data":{"path":"/tmp/x"}})");
+    EXPECT_FALSE(callBackToWebPage(true, true, 3, "m", "cb-throw", "w", Json::Value()));
+    EXPECT_FALSE(detail::AnswerPageHandingFiles(false, true, 4, "m", "cb-throw", "", files));
+    const auto lines = log->Matching("[MoxH5] exception in callBackToWebPage: ");
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].text, "[MoxH5] exception in callBackToWebPage: unknown exception");
+    EXPECT_EQ(lines[1].text, "[MoxH5] exception in callBackToWebPage: std::bad_alloc");
+    EXPECT_EQ(lines[1].priority, LOG_PRIORITY_ERROR);
 }
 
 }  // namespace

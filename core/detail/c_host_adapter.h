@@ -16,6 +16,7 @@
 #include "WorkbenchReport.h"
 #include "moxh5/host_interfaces.h"
 #include "moxh5/moxh5_c.h"
+#include "moxh5/page_policy.h"
 
 // What a callback answered through moxh5_reply.
 struct moxh5_reply_slot {
@@ -28,6 +29,8 @@ struct moxh5_token {
     MoxPageIdentity page;
     MoxPageCallbackFn done = nullptr;
     MoxTipCompletion tipDone;  // ShowCommonTip only
+    // Set while live when the page closed: the answer is then dropped.
+    bool pageClosed = false;
 };
 
 namespace moxh5::detail {
@@ -43,6 +46,13 @@ struct ArgsText {
 moxh5_token* AdmitToken(std::unique_ptr<moxh5_token> token);
 // Takes a live token out (null when it is not live).
 std::unique_ptr<moxh5_token> WithdrawToken(moxh5_token* token);
+// Marks the live tokens of a closed page (render pages: any workerid); the
+// tip tokens, which name no page, are left alone.
+void CloseTokensOf(bool isWorker, int32_t webindex, const std::string& workerid);
+
+// The table's method_allowed as a page policy's method filter; empty when the
+// table has none. It keeps copies of what it needs, not the table.
+MoxMethodFilter MethodFilterOf(const moxh5_host_table& table);
 
 class CHostAdapter final : public IH5ActionImplCallBack, public IUserCenter {
 public:

@@ -49,9 +49,9 @@ void RememberHandedFile(const std::string& utf8Path);
 // The completion handed to the host for work that gives a page files
 // ("selectFile", "saveFile", "downloadRemoteFile"): on success it remembers
 // the answer's "data" "path" and "filePath" (each a string or an array of
-// strings), then answers the page as callBackToWebPage does.
+// strings), then answers the page as callBackToWebPage does. Never throws.
 bool AnswerPageHandingFiles(bool isWorker, bool success, int webindex, const std::string& mallcsid,
                             const std::string& callbackid, const std::string& workerid,
-                            const Json::Value& answer);
+                            const Json::Value& answer) noexcept;
 
 }  // namespace moxh5::detail

@@ -99,6 +99,29 @@ std::unique_ptr<moxh5_token> WithdrawToken(moxh5_token* token) {
     return std::unique_ptr<moxh5_token>(token);
 }
 
+void CloseTokensOf(bool isWorker, int32_t webindex, const std::string& workerid) {
+    std::lock_guard<std::mutex> lock(g_tokenMutex);
+    for (moxh5_token* token : LiveTokens()) {
+        const MoxPageIdentity& page = token->page;
+        if (token->done && page.isWorker == isWorker && page.webindex == webindex &&
+            (!isWorker || page.workerid == workerid)) {
+            token->pageClosed = true;
+        }
+    }
+}
+
+MoxMethodFilter MethodFilterOf(const moxh5_host_table& table) {
+    if (!table.method_allowed) return MoxMethodFilter();
+    return [allowed = table.method_allowed, user = table.user](
+               const MoxCallingPage& page, std::string_view module, std::string_view method) {
+        const ArgsText pageText =
+            Args("isWorker", page.isWorker, "webindex", page.webindex, "mallcsid",
+                 std::string(page.mallcsid), "workerid", std::string(page.workerid));
+        return allowed(user, pageText.text.c_str(), std::string(module).c_str(),
+                       std::string(method).c_str()) != 0;
+    };
+}
+
 bool CHostAdapter::Switch(const std::string& key, const std::string& mallcsid,
                           const MoxConfigValue& value) const {
     if (!m_table.config_switch) return false;

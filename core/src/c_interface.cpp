@@ -6,10 +6,13 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "core/detail/c_host_adapter.h"
 #include "core/detail/diagnostics.h"
 #include "core/detail/json_text.h"
+#include "core/detail/no_throw.h"
+#include "core/detail/pending_answers.h"
 #include "moxh5/module_manager.h"
 #include "moxh5/moxh5_c.h"
 
@@ -25,6 +28,9 @@ struct moxh5_host {
     // The sinks that were installed before this host's, put back by destroy.
     std::shared_ptr<IMoxLogSink> previousLogSink;
     std::shared_ptr<IReportSink> previousReportSink;
+    // Whether this host put a page policy in force (destroy puts back the
+    // default one).
+    bool setPolicy = false;
 };
 
 namespace {
@@ -40,21 +46,7 @@ moxh5_host* g_host = nullptr;
 // a log line, never an unwinding into the caller.
 template <typename Body>
 int Guarded(const char* function, Body&& body) noexcept {
-    try {
-        return body();
-    } catch (const std::exception& error) {
-        try {
-            MOX_LOG(LOG_PRIORITY_ERROR, function, "[MoxH5] exception in %s: %s", function,
-                    error.what());
-        } catch (...) {
-        }
-    } catch (...) {
-        try {
-            MOX_LOG(LOG_PRIORITY_ERROR, function, "[MoxH5] unknown exception in %s", function);
-        } catch (...) {
-        }
-    }
-    return MOXH5_ERROR_INTERNAL;
+    return moxh5::detail::CatchAll(function, int{MOXH5_ERROR_INTERNAL}, body);
 }
 
 // A copy of `text` in memory that moxh5_free releases.
@@ -116,6 +108,41 @@ bool AskCurrentHost(const std::string& key, const std::string& mallcsid,
     return host && host->adapter.Switch(key, mallcsid, value);
 }
 
+// A list of strings, or false.
+bool ReadStrings(const Json::Value& value, std::vector<std::string>& strings) {
+    if (!value.isArray()) return false;
+    strings.clear();
+    for (const Json::Value& item : value) {
+        if (!item.isString()) return false;
+        strings.push_back(item.asString());
+    }
+    return true;
+}
+
+// {"unrestricted": bool, "shellSchemes": [...], "fileRoots": [...]}; a
+// misspelt member is refused rather than left to loosen nothing silently.
+bool ReadPolicy(const char* text, MoxPagePolicy& policy) {
+    Json::Value value;
+    if (!ParseJson(text, value) || !value.isObject()) return false;
+    for (const std::string& name : value.getMemberNames()) {
+        const Json::Value& member = value[name];
+        if (name == "unrestricted" && member.isBool()) {
+            policy.unrestricted = member.asBool();
+        } else if (!(name == "shellSchemes" && ReadStrings(member, policy.shellSchemes)) &&
+                   !(name == "fileRoots" && ReadStrings(member, policy.fileRoots))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Puts `policy` in force with the host's method filter.
+void InstallPolicy(moxh5_host& host, MoxPagePolicy policy) {
+    policy.methodFilter = moxh5::detail::MethodFilterOf(host.adapter.Table());
+    MoxModuleManager::GetInstance()->SetPagePolicy(std::move(policy));
+    host.setPolicy = true;
+}
+
 void Install(moxh5_host& host) {
     MoxModuleManager* manager = MoxModuleManager::GetInstance();
     IUserCenter* userCenter = host.adapter.HasUserCenter() ? &host.adapter : nullptr;
@@ -130,6 +157,7 @@ void Install(moxh5_host& host) {
         manager->SetUserCenter(userCenter);
     }
     manager->SetCallback(host.adapter.HasActionInterface() ? &host.adapter : nullptr);
+    if (host.adapter.Table().method_allowed) InstallPolicy(host, MoxPagePolicy());
     if (host.adapter.Table().log) host.previousLogSink = CMoxLog::SetSink(host.logSink);
     if (host.adapter.Table().report) {
         host.previousReportSink = WorkbenchReport::SetSink(host.reportSink);
@@ -166,6 +194,7 @@ int MOXH5_CALL moxh5_destroy(moxh5_host* host) {
         MoxModuleManager* manager = MoxModuleManager::GetInstance();
         manager->SetCallback(nullptr);
         manager->SetUserCenter(nullptr);
+        if (host->setPolicy) manager->SetPagePolicy(MoxPagePolicy());
         if (host->adapter.Table().log) CMoxLog::SetSink(host->previousLogSink);
         if (host->adapter.Table().report) WorkbenchReport::SetSink(host->previousReportSink);
         g_host = nullptr;
@@ -239,6 +268,10 @@ int MOXH5_CALL moxh5_complete(moxh5_token* token, const char* result_json) {
         const Json::Value& success = result["success"];
         std::unique_ptr<moxh5_token> work = moxh5::detail::WithdrawToken(token);
         if (!work) return MOXH5_ERROR_STATE;
+        if (work->pageClosed) {
+            moxh5::detail::LogDroppedAnswer(moxh5::detail::kClosedPageAnswer, work->page);
+            return MOXH5_OK;
+        }
         const Json::Value answer = result.get("answer", Json::Value(Json::objectValue));
         const bool succeeded = success.isNull() || success.asBool();
         if (work->tipDone) {
@@ -248,6 +281,28 @@ int MOXH5_CALL moxh5_complete(moxh5_token* token, const char* result_json) {
             work->done(p.isWorker, succeeded, p.webindex, p.mallcsid, p.callbackid, p.workerid,
                        answer);
         }
+        return MOXH5_OK;
+    });
+}
+
+int MOXH5_CALL moxh5_page_closed(moxh5_host* host, int is_worker, int webindex,
+                                 const char* workerid) {
+    return Guarded("moxh5_page_closed", [&] {
+        if (!IsCurrent(host)) return MOXH5_ERROR_STATE;
+        const std::string worker = workerid ? workerid : "";
+        moxh5::detail::CloseTokensOf(is_worker != 0, webindex, worker);
+        MoxModuleManager::GetInstance()->PageClosed(is_worker != 0, webindex, worker);
+        return MOXH5_OK;
+    });
+}
+
+int MOXH5_CALL moxh5_set_page_policy(moxh5_host* host, const char* policy_json) {
+    return Guarded("moxh5_set_page_policy", [&] {
+        if (!policy_json) return MOXH5_ERROR_ARGUMENT;
+        if (!IsCurrent(host)) return MOXH5_ERROR_STATE;
+        MoxPagePolicy policy;
+        if (!ReadPolicy(policy_json, policy)) return MOXH5_ERROR_JSON;
+        InstallPolicy(*host, std::move(policy));
         return MOXH5_OK;
     });
 }

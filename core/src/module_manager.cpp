@@ -6,9 +6,11 @@
 
 #include "core/detail/answer.h"
 #include "core/detail/diagnostics.h"
+#include "core/detail/no_throw.h"
 #include "core/detail/page_policy.h"
 #include "core/detail/params.h"
 #include "core/detail/payload_limits.h"
+#include "core/detail/pending_answers.h"
 #include "modules/module_adapters.h"
 #include "mox_json.h"
 
@@ -74,52 +76,78 @@ MoxModuleManager* CSingleton<MoxModuleManager>::GetInstance() {
     return &instance;
 }
 
-MoxModuleManager* MoxModuleManager::GetInstance() {
-    return CSingleton<MoxModuleManager>::GetInstance();
+MoxModuleManager* MoxModuleManager::GetInstance() noexcept {
+    return moxh5::detail::CatchAll("MoxModuleManager::GetInstance",
+                                   static_cast<MoxModuleManager*>(nullptr),
+                                   [] { return CSingleton<MoxModuleManager>::GetInstance(); });
 }
 
 MoxModuleManager::MoxModuleManager() = default;
 MoxModuleManager::~MoxModuleManager() = default;
 
 void MoxModuleManager::Init(IUserCenter* userCenter, IHttpBusinessMonitorCallBack* httpBizMonitor,
-                            MoxConfigCallback configCallback) {
-    m_userCenter = userCenter;
+                            MoxConfigCallback configCallback) noexcept {
+    SetUserCenter(userCenter);
     m_httpBizMonitor = httpBizMonitor;
-    m_configCallback = std::move(configCallback);
-    // The native module comes last on purpose: it is the largest and the
-    // other modules do not depend on it.
-    Register(h5_Basic_source_info());
-    Register(h5_Device_source_info());
-    Register(h5_Network_source_info());
-    Register(h5_Photo_source_info());
-    Register(h5_Socket_source_info());
-    Register(h5_Storage_source_info());
-    Register(h5_Native_source_info());
+    moxh5::detail::CatchAll("MoxModuleManager::Init", [&] {
+        m_configCallback = std::move(configCallback);
+        // The native module comes last on purpose: it is the largest and the
+        // other modules do not depend on it.
+        Register(h5_Basic_source_info());
+        Register(h5_Device_source_info());
+        Register(h5_Network_source_info());
+        Register(h5_Photo_source_info());
+        Register(h5_Socket_source_info());
+        Register(h5_Storage_source_info());
+        Register(h5_Native_source_info());
+    });
 }
 
-void MoxModuleManager::SetCallback(IH5ActionImplCallBack* callback) { m_callback = callback; }
-
-void MoxModuleManager::SetPagePolicy(MoxPagePolicy policy) { m_pagePolicy = std::move(policy); }
-
-void MoxModuleManager::SetUserCenter(IUserCenter* userCenter) { m_userCenter = userCenter; }
-
-void MoxModuleManager::Register(const mox_source_info_t& info) {
-    ModuleEntry entry;
-    entry.name = info.name;
-    entry.reserved = info.reserved;
-    entry.name_fn = info.name_fn;
-    entry.create_fn = info.create_fn;
-    entry.execute_fn = info.execute_fn;
-    entry.exist_fn = info.exist_fn;
-    // multimap::emplace places an equal key after the existing ones.
-    m_modules.emplace(info.name, std::move(entry));
+void MoxModuleManager::SetCallback(IH5ActionImplCallBack* callback) noexcept {
+    m_callback.store(callback, std::memory_order_release);
 }
 
-bool MoxModuleManager::Create() {
-    for (auto& [name, entry] : m_modules) {
-        if (!entry.worker && entry.create_fn) entry.worker = entry.create_fn();
-    }
-    return true;
+void MoxModuleManager::SetPagePolicy(MoxPagePolicy policy) noexcept {
+    moxh5::detail::CatchAll("MoxModuleManager::SetPagePolicy",
+                            [&] { m_pagePolicy = std::move(policy); });
+}
+
+void MoxModuleManager::SetUserCenter(IUserCenter* userCenter) noexcept {
+    m_userCenter.store(userCenter, std::memory_order_release);
+}
+
+void MoxModuleManager::Register(const mox_source_info_t& info) noexcept {
+    moxh5::detail::CatchAll("MoxModuleManager::Register", [&] {
+        ModuleEntry entry;
+        entry.name = info.name;
+        entry.reserved = info.reserved;
+        entry.name_fn = info.name_fn;
+        entry.create_fn = info.create_fn;
+        entry.execute_fn = info.execute_fn;
+        entry.exist_fn = info.exist_fn;
+        // multimap::emplace places an equal key after the existing ones.
+        m_modules.emplace(info.name, std::move(entry));
+    });
+}
+
+bool MoxModuleManager::Create() noexcept {
+    return moxh5::detail::CatchAll("MoxModuleManager::Create", false, [this] {
+        for (auto& [name, entry] : m_modules) {
+            if (!entry.worker && entry.create_fn) entry.worker = entry.create_fn();
+        }
+        return true;
+    });
+}
+
+void MoxModuleManager::PageClosed(bool isWorker, int32_t webindex,
+                                  const std::string& workerid) noexcept {
+    const size_t dropped = moxh5::detail::CloseAnswersOf(isWorker, webindex, workerid);
+    moxh5::detail::CatchAll("MoxModuleManager::PageClosed", [&] {
+        MOX_LOG(LOG_PRIORITY_INFO, "MoxModuleManager::PageClosed",
+                "[MoxH5] Page closed: worker[%d] webindex[%d] workerid[%.64s], %zu answers "
+                "outstanding",
+                isWorker ? 1 : 0, webindex, workerid.c_str(), dropped);
+    });
 }
 
 const MoxModuleManager::ModuleEntry* MoxModuleManager::FindModule(const std::string& name) const {
@@ -134,6 +162,7 @@ std::tuple<bool, bool> MoxModuleManager::Execute(const std::string& name,
     const ModuleEntry* entry = FindModule(name);
     if (!entry) return {false, false};
     if (!entry->execute_fn) return {true, false};
+    moxh5::detail::NoteNewCall(data);
     try {
         if (!PayloadAccepted(data, "MoxModuleManager::Execute", name)) {
             answer[moxh5::key::kMessage] = moxh5::text::kInvalidParams;

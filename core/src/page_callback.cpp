@@ -4,11 +4,15 @@
 
 #include "core/detail/answer.h"
 #include "core/detail/diagnostics.h"
+#include "core/detail/no_throw.h"
+#include "core/detail/pending_answers.h"
 #include "mox_json.h"
 #include "moxh5/module_manager.h"
 
 namespace {
 
+using moxh5::detail::AdmitAnswer;
+using moxh5::detail::CatchAll;
 using moxh5::detail::JsonText;
 namespace key = moxh5::key;
 
@@ -48,27 +52,29 @@ MoxPageIdentity PageIdentityOf(const mox_h5_module_data& request) {
 
 bool callBackToWebPage(bool isWorker, bool success, int webindex, const std::string& mallcsid,
                        const std::string& callbackid, const std::string& workerid,
-                       const Json::Value& answer) {
-    IH5ActionImplCallBack* callback = MoxModuleManager::GetInstance()->GetCallback();
-    if (!callback) {
-        MOX_LOG(LOG_PRIORITY_ERROR, "callBackToWebPage", "%s check failed",
-                "MoxModuleManager::GetInstance()->GetCallback()");
-        return false;
-    }
-    if (callbackid.empty()) {
-        MOX_LOG(LOG_PRIORITY_INFO, "callBackToWebPage",
-                "[MoxH5] Callbackid is empty, no need callback.");
-        return false;
-    }
-    if (isWorker) {
-        doCallBackToWorker(callback, success, webindex, mallcsid, callbackid, workerid, answer);
-    } else {
-        doCallBackToRender(callback, success, webindex, mallcsid, callbackid, answer);
-    }
-    return true;
+                       const Json::Value& answer) noexcept {
+    return CatchAll("callBackToWebPage", false, [&] {
+        IH5ActionImplCallBack* callback = MoxModuleManager::GetInstance()->GetCallback();
+        if (!callback) {
+            MOX_LOG(LOG_PRIORITY_ERROR, "callBackToWebPage", "%s check failed",
+                    "MoxModuleManager::GetInstance()->GetCallback()");
+            return false;
+        }
+        if (callbackid.empty()) {
+            MOX_LOG(LOG_PRIORITY_INFO, "callBackToWebPage",
+                    "[MoxH5] Callbackid is empty, no need callback.");
+            return false;
+        }
+        if (isWorker) {
+            doCallBackToWorker(callback, success, webindex, mallcsid, callbackid, workerid, answer);
+        } else {
+            doCallBackToRender(callback, success, webindex, mallcsid, callbackid, answer);
+        }
+        return true;
+    });
 }
 
-bool AnswerPage(const MoxPageIdentity& page, bool success, const Json::Value& answer) {
+bool AnswerPage(const MoxPageIdentity& page, bool success, const Json::Value& answer) noexcept {
     return callBackToWebPage(page.isWorker, success, page.webindex, page.mallcsid, page.callbackid,
                              page.workerid, answer);
 }
@@ -95,7 +101,7 @@ void doCallBackToRender(IH5ActionImplCallBack* callback, bool success, int webin
         return;
     }
     const std::optional<Json::Value> envelope = BuildEnvelope(success, answer);
-    if (!envelope) return;
+    if (!envelope || !AdmitAnswer(false, webindex, std::string(), callId)) return;
     const std::string text = JsonText(*envelope);
     MOX_LOG(LOG_PRIORITY_INFO, kFunction,
             "[MoxH5] Render Jscallback mallcsid[%s] webindex[%d], callId[%s], data[%s]",
@@ -120,7 +126,7 @@ void doCallBackToWorker(IH5ActionImplCallBack* callback, bool success, int webin
         return;
     }
     const std::optional<Json::Value> envelope = BuildEnvelope(success, answer);
-    if (!envelope) return;
+    if (!envelope || !AdmitAnswer(true, webindex, workerid, callbackid)) return;
     const std::string text = JsonText(*envelope);
     MOX_LOG(LOG_PRIORITY_INFO, kFunction,
             "[MoxH5] Worker Jscallback mallcsid[%s] webindex[%d] workerid[%s], callbackid[%s], "

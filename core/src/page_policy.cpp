@@ -7,6 +7,7 @@
 #include "AsciiCase.h"
 #include "StrictUrl.h"
 #include "core/detail/diagnostics.h"
+#include "core/detail/no_throw.h"
 #include "core/detail/params.h"
 #include "moxh5/module_manager.h"
 #include "moxh5/platform.h"
@@ -155,18 +156,17 @@ void RememberHandedFile(const std::string& utf8Path) {
 
 bool AnswerPageHandingFiles(bool isWorker, bool success, int webindex, const std::string& mallcsid,
                             const std::string& callbackid, const std::string& workerid,
-                            const Json::Value& answer) {
+                            const Json::Value& answer) noexcept {
     // A file that cannot be remembered (no memory) stays out of reach; the
     // page is answered all the same.
-    try {
+    CatchAll("AnswerPageHandingFiles", [&] {
         const Json::Value* data = FindMember(answer, "data");
         if (success && data && data->isObject()) {
             for (const char* name : {"path", "filePath"}) {
                 if (const Json::Value* path = FindMember(*data, name)) RememberPaths(*path);
             }
         }
-    } catch (const std::exception&) {
-    }
+    });
     return callBackToWebPage(isWorker, success, webindex, mallcsid, callbackid, workerid, answer);
 }
 

@@ -7,6 +7,7 @@
 // host's own answer path and serves render pages only.
 #include "core/detail/answer.h"
 #include "core/detail/guard.h"
+#include "core/detail/pending_answers.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/handler_checks.h"
 #include "modules/native/native_log.h"
@@ -47,8 +48,9 @@ bool H5NativeWorker::openNewConversation(const mox_h5_module_data* data, Json::V
     const std::string mallId = mox_json::GetJsonValueToString(*call.params, "mallId", kFunction);
     // The host answers once the conversation is open; it keeps its own copy
     // of the page's identity.
-    if (!call.host->OpenNewConversation(data, orderSn, mallId, PageIdentityOf(*data),
-                                        &callBackToWebPage)) {
+    const MoxPageIdentity page = PageIdentityOf(*data);
+    if (!call.host->OpenNewConversation(data, orderSn, mallId, page,
+                                        moxh5::detail::AnswerLater(page))) {
         return false;
     }
     answer[key::kAsynExec] = true;

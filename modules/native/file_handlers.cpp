@@ -20,6 +20,7 @@
 #include "core/detail/diagnostics.h"
 #include "core/detail/guard.h"
 #include "core/detail/page_policy.h"
+#include "core/detail/pending_answers.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/native_log.h"
 #include "mox_json.h"
@@ -30,6 +31,7 @@ namespace {
 
 namespace key = moxh5::key;
 namespace text = moxh5::text;
+using moxh5::detail::AnswerLater;
 using moxh5::detail::AnswerPageHandingFiles;
 using moxh5::detail::CallSite;
 using moxh5::detail::NetworkUrlAllowed;
@@ -122,7 +124,8 @@ bool H5NativeWorker::selectFile(const mox_h5_module_data* data, Json::Value& ans
 
     const std::string filter = ReadString(*call.params, "filter", kFunction);
     NATIVE_LOG(LOG_PRIORITY_INFO, kFunction, "[MoxH5] Get filter[%s]", filter.c_str());
-    call.host->SelectFile(filter, PageIdentityOf(*data), &AnswerPageHandingFiles);
+    const MoxPageIdentity page = PageIdentityOf(*data);
+    call.host->SelectFile(filter, page, AnswerLater(page, &AnswerPageHandingFiles));
     answer[key::kAsynExec] = true;
     return true;
 }
@@ -150,8 +153,9 @@ bool H5NativeWorker::downloadRemoteFile(const mox_h5_module_data* data, Json::Va
         answer[key::kMessage] = text::kInvalidParam;
         return false;
     }
-    call.host->DownloadRemoteFile(moxh5::platform::WideToUtf8(*target), url, cookie,
-                                  PageIdentityOf(*data), &AnswerPageHandingFiles);
+    const MoxPageIdentity page = PageIdentityOf(*data);
+    call.host->DownloadRemoteFile(moxh5::platform::WideToUtf8(*target), url, cookie, page,
+                                  AnswerLater(page, &AnswerPageHandingFiles));
     answer[key::kAsynExec] = true;
     return true;
 }
@@ -183,8 +187,9 @@ bool H5NativeWorker::uploadFile(const mox_h5_module_data* data, Json::Value& ans
         answer[key::kMessage] = text::kInvalidParam;
         return false;
     }
+    const MoxPageIdentity page = PageIdentityOf(*data);
     call.host->UploadFile(url, cookie, moxh5::platform::WideToUtf8(*file), signName, signValue,
-                          fileDataName, PageIdentityOf(*data), &callBackToWebPage);
+                          fileDataName, page, AnswerLater(page));
     answer[key::kAsynExec] = true;
     return true;
 }
@@ -203,8 +208,9 @@ bool H5NativeWorker::saveFile(const mox_h5_module_data* data, Json::Value& answe
         answer[key::kMessage] = text::kInvalidParam;
         return false;
     }
-    call.host->SaveFile(moxh5::platform::WideToUtf8(*file), PageIdentityOf(*data),
-                        &AnswerPageHandingFiles);
+    const MoxPageIdentity page = PageIdentityOf(*data);
+    call.host->SaveFile(moxh5::platform::WideToUtf8(*file), page,
+                        AnswerLater(page, &AnswerPageHandingFiles));
     answer[key::kAsynExec] = true;
     return true;
 }

@@ -4,9 +4,13 @@
 // "showEasyWnd" finish later: the host gets a way back to the page that owns
 // copies of the page's identity (the request record dies when the handler
 // returns), and the handler's own answer only says "AsynExec": true.
+#include <atomic>
+#include <memory>
+
 #include "AJsonUtil.h"
 #include "core/detail/answer.h"
 #include "core/detail/guard.h"
+#include "core/detail/pending_answers.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/native_log.h"
 #include "mox_json.h"
@@ -101,10 +105,15 @@ bool H5NativeWorker::showCommonTip(const mox_h5_module_data* data, Json::Value& 
     if (title.empty()) title = kDefaultTipTitle;
 
     // The host may answer at any later time, from any thread: the completion
-    // carries its own copy of the page's identity.
-    MoxTipCompletion done = [page = PageIdentityOf(*data)](bool success,
-                                                           const Json::Value& tipAnswer) {
-        return AnswerPage(page, success, tipAnswer);
+    // carries its own copy of the page's identity, and answers once however
+    // often the host (or a copy of the completion) calls it.
+    const MoxPageIdentity page = PageIdentityOf(*data);
+    moxh5::detail::AnswerLater(page);
+    MoxTipCompletion done = [page, answered = std::make_shared<std::atomic<bool>>(false)](
+                                bool success, const Json::Value& tipAnswer) noexcept {
+        if (!answered->exchange(true)) return AnswerPage(page, success, tipAnswer);
+        moxh5::detail::LogDroppedAnswer(moxh5::detail::kRepeatedAnswer, page);
+        return false;
     };
     host->ShowCommonTip(data->isWorker, std::move(title), std::move(content),
                         std::move(leftButtonText), std::move(rightButtonText), std::move(done));
@@ -155,8 +164,8 @@ bool H5NativeWorker::showEasyWnd(const mox_h5_module_data* data, Json::Value& an
     }
     // callBackToWebPage needs nothing from this call; the host copies the
     // page's identity from the request before this returns.
-    host->ShowEasyWnd(data->isWorker, data, data->webindex, data->callbackid, &callBackToWebPage,
-                      param);
+    host->ShowEasyWnd(data->isWorker, data, data->webindex, data->callbackid,
+                      moxh5::detail::AnswerLater(PageIdentityOf(*data)), param);
     answer[key::kAsynExec] = true;
     return true;
 }

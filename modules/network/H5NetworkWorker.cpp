@@ -6,6 +6,7 @@
 #include "core/detail/diagnostics.h"
 #include "core/detail/guard.h"
 #include "core/detail/page_policy.h"
+#include "core/detail/pending_answers.h"
 #include "mox_json.h"
 #include "moxh5/module_manager.h"
 
@@ -114,11 +115,12 @@ bool H5HttpRequest(int, IH5ActionImplCallBack* host, const std::string& extra,
     bool accepted = false;
     if (type == "post") {
         accepted = host->HttpPost(kPageHttpRequest, data, data->webindex, data->callbackid, extra,
-                                  &callBackToWebPage, url, content, cookie, headers);
+                                  detail::AnswerLater(PageIdentityOf(*data)), url, content, cookie,
+                                  headers);
     } else if (type == "get") {
         // Header lines are not passed for GET, even when the page sends them.
         accepted = host->HttpGet(kPageHttpRequest, data, data->webindex, data->callbackid, extra,
-                                 &callBackToWebPage, url, content, cookie);
+                                 detail::AnswerLater(PageIdentityOf(*data)), url, content, cookie);
     } else {
         answer[key::kMessage] = moxh5::text::kInvalidParam;
         return false;

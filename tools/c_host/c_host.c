@@ -4,7 +4,8 @@
  *     moxh5-c-host TRANSCRIPT
  *
  * It understands the transcript lines "host" (members "switches", "results",
- * "mallId", "csId", "currentUid", "currentMallCsId", "clientLinkPrefix"),
+ * "mallId", "csId", "currentUid", "currentMallCsId", "clientLinkPrefix",
+ * "pagePolicy"),
  * "call", "exist" and "complete", with the player's defaults, and prints the
  * events "result", "exist", "pending" and "page" one per line. The library
  * takes whole JSON texts, so the host never parses a value: it finds the
@@ -366,12 +367,21 @@ static int play_complete(host_state* state, span line) {
     return status == MOXH5_OK;
 }
 
+/* A "pagePolicy" goes to the library as it stands. */
+static int set_policy(moxh5_host* host, span policy) {
+    char* text = copy_of(policy, "{}");
+    int status = moxh5_set_page_policy(host, text);
+    free(text);
+    return status == MOXH5_OK;
+}
+
 static int play_line(moxh5_host* host, host_state* state, const char* text, int number) {
     span line = whole(text);
     span kind = member(line, "do");
     if (is(kind, "\"host\"") && state->settings_count < 16) {
+        span policy = member(line, "pagePolicy");
         state->settings[state->settings_count++] = copy_of(line, "{}");
-        return 1;
+        return !policy.length || set_policy(host, policy);
     }
     if (is(kind, "\"call\"")) return play_call(host, line, number);
     if (is(kind, "\"exist\"")) return play_exist(host, line, number);

@@ -9,17 +9,26 @@
 // and then, once per script call from a page:
 //   manager->Exist(request)                        -> is the module (or "Module.method") known?
 //   manager->Execute(moduleName, request, answer)  -> (module registered, call handled)
+// and, when a page closes or reloads:
+//   manager->PageClosed(isWorker, webindex, workerid)
 //
 // Execute writes the immediate answer into `answer`; the host reads it and
 // answers the page (or not, when the answer holds "NoNeedUnifyCallBack" or
 // "AsynExec"). Calls that finish later answer through callBackToWebPage
 // (moxh5/page_callback.h).
 //
-// Threads: Init, SetCallback, SetPagePolicy, Create and Register are start-up calls and must
-// finish before the first Execute or Exist. After that the manager is only
-// read: Execute and Exist may run on any threads at once; the manager takes no
-// locks. Workers are held by shared pointers, so a worker lives as long as a
-// call that uses it.
+// Threads: Init, SetPagePolicy, Create and Register are start-up calls and must
+// finish before the first Execute or Exist. After that the registry and the
+// policy are only read: Execute and Exist may run on any threads at once.
+// SetCallback and SetUserCenter may also be called while calls run (the
+// pointers are atomic); the host keeps an interface it replaced alive until
+// calls that may still use it have returned. PageClosed may run on any thread.
+// Workers are held by shared pointers, so a worker lives as long as a call
+// that uses it.
+//
+// No exception leaves a function of the manager: one thrown inside (a failed
+// allocation) is logged at priority 300 ("[MoxH5] exception in <function>:
+// <what>") and the call gives up (GetInstance then returns null, Create false).
 //
 // Lifetime: the manager is a function-local static inside the library,
 // destroyed when the library unloads. It never owns or releases the host's
@@ -28,6 +37,7 @@
 
 #include <json/value.h>
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <string>
@@ -85,37 +95,42 @@ public:
     using Registry = std::multimap<std::string, ModuleEntry>;
 
     // Same as CSingleton<MoxModuleManager>::GetInstance().
-    MOXH5_API static MoxModuleManager* GetInstance();
+    // Null only when the manager could not be built (no memory at first use).
+    MOXH5_API static MoxModuleManager* GetInstance() noexcept;
 
     // Keeps the interfaces (not owned; either may be null) and the
     // configuration callable, then registers the seven modules: "JSCallBasic",
     // "JSDevice", "JSNetwork", "JSPhoto", "MMSSocket", "JSStorage",
     // "JSCallNative".
     MOXH5_API void Init(IUserCenter* userCenter, IHttpBusinessMonitorCallBack* httpBizMonitor,
-                        MoxConfigCallback configCallback);
-    // Installs the action interface (not owned; null uninstalls).
-    MOXH5_API void SetCallback(IH5ActionImplCallBack* callback);
+                        MoxConfigCallback configCallback) noexcept;
+    // Installs the action interface (not owned; null uninstalls). Safe while
+    // calls run: a call sees the old interface or the new one.
+    MOXH5_API void SetCallback(IH5ActionImplCallBack* callback) noexcept;
     // Installs or replaces the user centre that Init was given (not owned;
-    // null uninstalls). A start-up call, like SetCallback.
-    MOXH5_API void SetUserCenter(IUserCenter* userCenter);
+    // null uninstalls). Safe while calls run, like SetCallback.
+    MOXH5_API void SetUserCenter(IUserCenter* userCenter) noexcept;
 
     // Replaces the page policy as a whole (moxh5/page_policy.h). A start-up
     // call, like SetCallback: the policy is read without locks afterwards.
     // Until it is called, the default (safe) policy is in force.
-    MOXH5_API void SetPagePolicy(MoxPagePolicy policy);
+    MOXH5_API void SetPagePolicy(MoxPagePolicy policy) noexcept;
     const MoxPagePolicy& GetPagePolicy() const { return m_pagePolicy; }
 
-    IH5ActionImplCallBack* GetCallback() const { return m_callback; }
-    IUserCenter* GetUserCenter() const { return m_userCenter; }
+    IH5ActionImplCallBack* GetCallback() const {
+        return m_callback.load(std::memory_order_acquire);
+    }
+    IUserCenter* GetUserCenter() const { return m_userCenter.load(std::memory_order_acquire); }
     IHttpBusinessMonitorCallBack* GetHttpBizMonitor() const { return m_httpBizMonitor; }
     // A copy; empty when Init was given none.
     MoxConfigCallback GetConfigCallback() const { return m_configCallback; }
 
     // Adds a module. An existing entry of the same name is kept; the new one is
     // placed after it and serves from then on.
-    MOXH5_API void Register(const mox_source_info_t& info);
-    // Builds the worker of every entry that has none yet. Always true.
-    MOXH5_API bool Create();
+    MOXH5_API void Register(const mox_source_info_t& info) noexcept;
+    // Builds the worker of every entry that has none yet. True unless a
+    // worker could not be built.
+    MOXH5_API bool Create() noexcept;
 
     // Runs one call on the module `name`. Returns (false, false) and leaves
     // `answer` untouched when no module of that name is registered; otherwise
@@ -131,6 +146,13 @@ public:
     // Answers the page's "is it available?": payload params "name" is a module
     // name, or "Module.method" (further ".parts" are ignored).
     MOXH5_API bool Exist(const mox_h5_module_data& data) noexcept;
+
+    // The host tells that a page closed or reloaded (for render pages
+    // `workerid` is ignored). Answers of host work it started before are
+    // dropped from then on (moxh5/page_callback.h); a new call of the page
+    // under a callback id it used before is answered as usual.
+    MOXH5_API void PageClosed(bool isWorker, int32_t webindex,
+                              const std::string& workerid) noexcept;
 
     const Registry& Modules() const { return m_modules; }
 
@@ -151,8 +173,8 @@ private:
 
     Registry m_modules;
     IHttpBusinessMonitorCallBack* m_httpBizMonitor = nullptr;
-    IH5ActionImplCallBack* m_callback = nullptr;
-    IUserCenter* m_userCenter = nullptr;
+    std::atomic<IH5ActionImplCallBack*> m_callback{nullptr};
+    std::atomic<IUserCenter*> m_userCenter{nullptr};
     MoxConfigCallback m_configCallback;
     MoxPagePolicy m_pagePolicy;
 };

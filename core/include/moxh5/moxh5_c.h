@@ -28,7 +28,8 @@
  *
  * Threads: moxh5_create and moxh5_destroy are start-up and shut-down calls;
  * no other call may run meanwhile. moxh5_execute, moxh5_exist,
- * moxh5_answer_page and moxh5_complete may run on any threads at once. The
+ * moxh5_answer_page, moxh5_complete and moxh5_page_closed may run on any
+ * threads at once; moxh5_set_page_policy is a start-up call. The
  * callbacks run on the thread that calls moxh5_execute, except page_answer,
  * which also runs on the thread that calls moxh5_complete, and log and
  * report, which run wherever the library logs or reports, possibly on several
@@ -114,6 +115,15 @@ typedef void(MOXH5_CALL* moxh5_log_fn)(void* user, int priority, const char* fil
  * "counters": {<integer>...}}. */
 typedef void(MOXH5_CALL* moxh5_report_fn)(void* user, const char* report_json);
 
+/* May the page call `method` of `module` ("JSCallNative", "showToast")?
+ * `page_json` is {"isWorker": bool, "webindex": integer, "mallcsid": string,
+ * "workerid": string}. Nonzero: allowed. A denied method answers as an
+ * unknown one ("Invalid method."), and "canIUse" answers false for it. Asked
+ * before every call, on the thread of moxh5_execute or moxh5_exist, possibly
+ * on several at once; it must not call the library. */
+typedef int(MOXH5_CALL* moxh5_method_allowed_fn)(void* user, const char* page_json,
+                                                 const char* module, const char* method);
+
 /* What the host provides. Any callback may be null: without operation and
  * page_answer no action interface is installed (calls that need it answer
  * "Native impl instance is null."), without user_value no user centre,
@@ -129,6 +139,7 @@ typedef struct moxh5_host_table {
     moxh5_log_fn log;
     int log_priority; /* least urgent priority given to log; 0 means 400 */
     moxh5_report_fn report;
+    moxh5_method_allowed_fn method_allowed; /* null: every method may be called */
 } moxh5_host_table;
 
 /* MOXH5_C_ABI_VERSION of the loaded library. */
@@ -173,11 +184,26 @@ MOXH5_API int MOXH5_CALL moxh5_reply(moxh5_reply_slot* reply, const char* result
 
 /* Finishes asynchronous work, once, from any thread. `result_json`:
  * {"success": bool, "answer": <the page's answer>} (absent or null text:
- * true, {}). The page is answered through page_answer before this returns and
- * the token is released. A result refused with MOXH5_ERROR_JSON leaves the
- * token with the host; a token completed before, or unknown, gives
- * MOXH5_ERROR_STATE. */
+ * true, {}). The page is answered through page_answer before this returns
+ * (unless it closed: see moxh5_page_closed) and the token is released. A
+ * result refused with MOXH5_ERROR_JSON leaves the token with the host; a
+ * token completed before, or unknown, gives MOXH5_ERROR_STATE. */
 MOXH5_API int MOXH5_CALL moxh5_complete(moxh5_token* token, const char* result_json);
+
+/* The page closed or reloaded (`workerid` is ignored for render pages and may
+ * be null). Work it started that is still with the host answers no page: a
+ * token of it may still be completed (MOXH5_OK), its answer is dropped and
+ * logged. Any thread. */
+MOXH5_API int MOXH5_CALL moxh5_page_closed(moxh5_host* host, int is_worker, int webindex,
+                                           const char* workerid);
+
+/* Replaces the page policy (what a page may make the library do; see
+ * docs/security.md) with `policy_json`:
+ *   {"unrestricted": bool, "shellSchemes": [string...], "fileRoots": [string...]}
+ * Absent members keep their defaults (false; "http", "https"; none). Another
+ * member or type gives MOXH5_ERROR_JSON and changes nothing. The table's
+ * method_allowed stays in force. A start-up call, like moxh5_create. */
+MOXH5_API int MOXH5_CALL moxh5_set_page_policy(moxh5_host* host, const char* policy_json);
 
 /* Releases a buffer the library handed out; null is allowed. */
 MOXH5_API void MOXH5_CALL moxh5_free(void* buffer);
