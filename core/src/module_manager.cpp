@@ -72,9 +72,17 @@ bool PayloadAccepted(const mox_h5_module_data& data, const char* function,
 
 template <>
 MoxModuleManager* CSingleton<MoxModuleManager>::GetInstance() {
-    static MoxModuleManager instance;
-    return &instance;
+    // Never destroyed: host threads may still deliver answers or log while the
+    // library unloads, after the destructors of its statics would have run.
+    static MoxModuleManager* const instance = new MoxModuleManager();
+    return instance;
 }
+
+namespace {
+// Built as the library loads, so that the calls a host makes later never meet
+// a manager still to be built (and never the null of a failed first build).
+MoxModuleManager* const g_managerAtLoad = MoxModuleManager::GetInstance();
+}  // namespace
 
 MoxModuleManager* MoxModuleManager::GetInstance() noexcept {
     return moxh5::detail::CatchAll("MoxModuleManager::GetInstance",

@@ -28,11 +28,12 @@
 //
 // No exception leaves a function of the manager: one thrown inside (a failed
 // allocation) is logged at priority 300 ("[MoxH5] exception in <function>:
-// <what>") and the call gives up (GetInstance then returns null, Create false).
+// <what>") and the call gives up (Create then returns false).
 //
-// Lifetime: the manager is a function-local static inside the library,
-// destroyed when the library unloads. It never owns or releases the host's
-// interfaces.
+// Lifetime: the manager is built inside the library as the library loads and
+// is never destroyed, so that host threads still answering pages or logging
+// while the library unloads never meet a destroyed manager. It never owns or
+// releases the host's interfaces.
 #pragma once
 
 #include <json/value.h>
@@ -95,7 +96,8 @@ public:
     using Registry = std::multimap<std::string, ModuleEntry>;
 
     // Same as CSingleton<MoxModuleManager>::GetInstance().
-    // Null only when the manager could not be built (no memory at first use).
+    // Built as the library loads; null only when even that failed for lack of
+    // memory.
     MOXH5_API static MoxModuleManager* GetInstance() noexcept;
 
     // Keeps the interfaces (not owned; either may be null) and the
