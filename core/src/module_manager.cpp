@@ -152,9 +152,9 @@ void MoxModuleManager::PageClosed(bool isWorker, int32_t webindex,
     const size_t dropped = moxh5::detail::CloseAnswersOf(isWorker, webindex, workerid);
     moxh5::detail::CatchAll("MoxModuleManager::PageClosed", [&] {
         MOX_LOG(LOG_PRIORITY_INFO, "MoxModuleManager::PageClosed",
-                "[MoxH5] Page closed: worker[%d] webindex[%d] workerid[%.64s], %zu answers "
+                "[MoxH5] Page closed: worker[%d] webindex[%d] workerid[%.64s], %u answers "
                 "outstanding",
-                isWorker ? 1 : 0, webindex, workerid.c_str(), dropped);
+                isWorker ? 1 : 0, webindex, workerid.c_str(), static_cast<unsigned>(dropped));
     });
 }
 
