@@ -308,14 +308,15 @@ bool TranscriptPlayer::Play(const Json::Value& input, int number) {
     if (!input.isObject()) return Refuse(number, "a line must be a JSON object");
     const Json::Value& kind = input["do"];
     if (!kind.isString())
-        return Refuse(number, "\"do\" must be one of call, exist, host, complete");
+        return Refuse(number, "\"do\" must be one of call, exist, host, complete, pageClosed");
     const std::string what = kind.asString();
     if (what == "call") return Call(input, number);
     if (what == "exist") return Exist(input, number);
     if (what == "host") return Host(input, number);
     if (what == "complete") return Complete(input, number);
-    return Refuse(number,
-                  "\"do\" must be one of call, exist, host, complete, not \"" + what + "\"");
+    if (what == "pageClosed") return PageClosed(input, number);
+    return Refuse(number, "\"do\" must be one of call, exist, host, complete, pageClosed, not \"" +
+                              what + "\"");
 }
 
 bool TranscriptPlayer::Call(const Json::Value& input, int number) {
@@ -477,6 +478,18 @@ bool TranscriptPlayer::Complete(const Json::Value& input, int number) {
                                 input.get("answer", Json::Value(Json::objectValue)))) {
         return Refuse(number, "no unfinished pending operation " + std::to_string(pending));
     }
+    return true;
+}
+
+bool TranscriptPlayer::PageClosed(const Json::Value& input, int number) {
+    const std::string problem = CheckFields(input, {{"do", Kind::String},
+                                                    {"isWorker", Kind::Bool},
+                                                    {"webindex", Kind::Int},
+                                                    {"workerid", Kind::String}});
+    if (!problem.empty()) return Refuse(number, problem);
+    MoxModuleManager::GetInstance()->PageClosed(input.get("isWorker", false).asBool(),
+                                                input.get("webindex", 0).asInt(),
+                                                input.get("workerid", "").asString());
     return true;
 }
 

@@ -53,6 +53,7 @@ private:
     bool Exist(const Json::Value& input, int number);
     bool Host(const Json::Value& input, int number);
     bool Complete(const Json::Value& input, int number);
+    bool PageClosed(const Json::Value& input, int number);
     void StartLibrary();
     void EmitHostCall(const test::HostCall& call);
     bool Refuse(int number, const std::string& message);
