@@ -72,7 +72,7 @@ std::vector<std::shared_ptr<const Json::Value>> EventHub::WaitAfter(
     std::vector<std::shared_ptr<const Json::Value>> events;
     const uint64_t oldest = m_latest - m_events.size() + 1;
     for (uint64_t seq = std::max(after + 1, oldest); seq <= m_latest; ++seq) {
-        events.push_back(m_events[seq - oldest]);
+        events.push_back(m_events[static_cast<size_t>(seq - oldest)]);
     }
     after = m_latest;
     return events;
