@@ -9,11 +9,11 @@ namespace {
 // What the walk has counted so far.
 class Tally {
 public:
-    // Counts one value and the text it carries; false past a bound.
-    bool Add(const Json::Value& value) {
+    // Counts one value of type `type` and the text it carries; false past a bound.
+    bool Add(const Json::Value& value, Json::ValueType type) {
         const char* begin = nullptr;
         const char* end = nullptr;
-        if (value.type() == Json::stringValue && value.getString(&begin, &end)) {
+        if (type == Json::stringValue && value.getString(&begin, &end)) {
             return AddText(begin, end) && AddValue();
         }
         return AddValue();
@@ -32,17 +32,14 @@ private:
     size_t m_textBytes = 0;
 };
 
-bool IsContainer(const Json::Value& value) {
-    return value.type() == Json::arrayValue || value.type() == Json::objectValue;
-}
-
 }  // namespace
 
 bool PayloadWithinLimits(const Json::Value& payload) noexcept {
-    // One frame per open container: where its walk stands.
+    // One frame per open container: where its walk stands and how many
+    // members are left (counting down is cheaper than comparing iterators).
     struct Frame {
         Json::ValueConstIterator at;
-        Json::ValueConstIterator end;
+        Json::ArrayIndex left;
     };
     static_assert(std::is_trivially_destructible_v<Frame>, "frames are never destroyed");
     // Frames are built only as containers open: building all of them up
@@ -55,17 +52,18 @@ bool PayloadWithinLimits(const Json::Value& payload) noexcept {
     Tally tally;
     const Json::Value* next = &payload;
     while (next) {
-        if (!tally.Add(*next)) return false;
-        if (IsContainer(*next)) {
+        const Json::ValueType type = next->type();
+        if (!tally.Add(*next, type)) return false;
+        if (type == Json::arrayValue || type == Json::objectValue) {
             if (depth == kMaxJsonDepth) return false;
-            if (next->begin() != next->end()) {
-                new (&slots[depth++].frame) Frame{next->begin(), next->end()};
+            if (const Json::ArrayIndex size = next->size()) {
+                new (&slots[depth++].frame) Frame{next->begin(), size};
             }
         }
         next = nullptr;
         while (depth > 0 && !next) {
             Frame& frame = slots[depth - 1].frame;
-            if (frame.at == frame.end) {
+            if (frame.left == 0) {
                 --depth;
                 continue;
             }
@@ -75,6 +73,7 @@ bool PayloadWithinLimits(const Json::Value& payload) noexcept {
             if (!tally.AddText(name, nameEnd)) return false;
             next = &*frame.at;
             ++frame.at;
+            --frame.left;
         }
     }
     return true;
