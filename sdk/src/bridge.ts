@@ -8,10 +8,10 @@
 // connection), so one that arrives first is kept until the result says
 // whether it is the answer.
 import { MoxError } from "./errors.js";
-import type { CallRequest, CallResult, JsonObject, MethodSpec, MoxAnswer, Transport } from "./types.js";
+import type { CallRequest, CallResult, JsonObject, MethodEntry, MoxAnswer, Transport } from "./types.js";
 
 interface PendingCall {
-  spec: MethodSpec;
+  entry: MethodEntry;
   resolve: (value: unknown) => void;
   reject: (error: unknown) => void;
   waiting: boolean; // the result said: the answer comes later
@@ -42,13 +42,13 @@ export class Bridge {
     return this.transport.page;
   }
 
-  call<T>(spec: MethodSpec, params: JsonObject): Promise<T> {
+  call<T>(entry: MethodEntry, params: JsonObject): Promise<T> {
     const id = this.nextId++;
-    const request: CallRequest = { module: spec.module, method: spec.method, params, callbackId: String(id) };
-    if (spec.callId?.in === "payload") request.callID = id;
-    if (spec.callId?.in === "params") request.params = { ...params, callID: String(id) };
+    const request: CallRequest = { module: entry.module, method: entry.method, params, callbackId: String(id) };
+    if (entry.callId?.in === "payload") request.callID = id;
+    if (entry.callId?.in === "params") request.params = { ...params, callID: String(id) };
     return new Promise<T>((resolve, reject) => {
-      this.pending.set(request.callbackId, { spec, resolve: resolve as (v: unknown) => void, reject, waiting: false });
+      this.pending.set(request.callbackId, { entry, resolve: resolve as (v: unknown) => void, reject, waiting: false });
       this.transport.send(request).then(
         (result) => this.settleByResult(request.callbackId, result),
         (error) => this.finish(request.callbackId, (call) => call.reject(error)),
@@ -59,9 +59,9 @@ export class Bridge {
   // Whether the library has the module ("JSStorage") or the method
   // ("JSStorage.setPasteboard"): the result of JSCallBasic.canIUse.
   async canIUse(name: string): Promise<boolean> {
-    const spec: MethodSpec = { module: "JSCallBasic", method: "canIUse", pages: ["render", "worker"], answer: "now" };
+    const entry: MethodEntry = { module: "JSCallBasic", method: "canIUse", pages: ["render", "worker"], answer: "now" };
     try {
-      await this.call(spec, { name });
+      await this.call(entry, { name });
       return true;
     } catch (error) {
       if (error instanceof MoxError) return false;
@@ -73,12 +73,12 @@ export class Bridge {
     const call = this.pending.get(callbackId);
     if (!call) return;
     const answer = isObject(result.answer) ? result.answer : {};
-    const { spec } = call;
+    const { entry } = call;
     if (!result.registered || !result.handled) {
-      this.finish(callbackId, (c) => c.reject(new MoxError(spec.module, spec.method, envelopeOf(false, answer), result.registered)));
+      this.finish(callbackId, (c) => c.reject(new MoxError(entry.module, entry.method, envelopeOf(false, answer), result.registered)));
       return;
     }
-    const later = answer["AsynExec"] === true || spec.answer === "hostLater" || spec.answer === "callID";
+    const later = answer["AsynExec"] === true || entry.answer === "hostLater" || entry.answer === "callID";
     if (!later) {
       this.finish(callbackId, (c) => c.resolve(envelopeOf(true, answer)));
     } else if (call.early) {
@@ -101,7 +101,7 @@ export class Bridge {
     this.finish(callbackId, (call) => {
       if (isObject(answer) && typeof answer["success"] === "boolean") {
         if (answer["success"]) call.resolve(answer);
-        else call.reject(new MoxError(call.spec.module, call.spec.method, answer));
+        else call.reject(new MoxError(call.entry.module, call.entry.method, answer));
       } else {
         call.resolve(answer);
       }

@@ -8,14 +8,14 @@
 import { Bridge } from "./bridge.js";
 import { ClientTransport } from "./client-transport.js";
 import { type DevConfig, DevTransport } from "./dev-transport.js";
-import { bindModules, methodSpecs } from "./generated/api.js";
+import { bindModules, methodEntries } from "./generated/api.js";
 import type { Transport } from "./types.js";
 
 export { Bridge, envelopeOf } from "./bridge.js";
 export { ClientTransport } from "./client-transport.js";
 export { DevTransport } from "./dev-transport.js";
 export { MoxError } from "./errors.js";
-export { methodSpecs } from "./generated/api.js";
+export { methodEntries } from "./generated/api.js";
 export type * from "./types.js";
 
 // The dev host's transport when the page was served by it, else the host's.
@@ -26,10 +26,10 @@ export function defaultTransport(scope: { __MOXH5_DEV__?: DevConfig } = globalTh
 export function createMox(transport: Transport = defaultTransport()) {
   const bridge = new Bridge(transport);
   return {
-    ...bindModules((spec, params) => bridge.call(spec, params)),
+    ...bindModules((entry, params) => bridge.call(entry, params)),
     canIUse: (name: string) => bridge.canIUse(name),
     page: bridge.page,
-    methods: methodSpecs,
+    methods: methodEntries,
   };
 }
 

@@ -5,7 +5,7 @@ export type PageKind = "render" | "worker";
 // How a method's answer reaches the page (api/api.json, "answers").
 export type AnswerPath = "now" | "later" | "host" | "hostLater" | "callID";
 
-export interface MethodSpec {
+export interface MethodEntry {
   readonly module: string;
   readonly method: string;
   readonly pages: readonly PageKind[];

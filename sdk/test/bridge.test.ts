@@ -5,7 +5,7 @@ import { test } from "node:test";
 import { Bridge } from "../src/bridge.js";
 import { MoxError } from "../src/errors.js";
 import { createMox } from "../src/index.js";
-import type { CallRequest, CallResult, MethodSpec, Transport } from "../src/types.js";
+import type { CallRequest, CallResult, MethodEntry, Transport } from "../src/types.js";
 
 class FakeTransport implements Transport {
   readonly page = "render" as const;
@@ -25,7 +25,7 @@ class FakeTransport implements Transport {
   }
 }
 
-const spec = (answer: MethodSpec["answer"], callId?: MethodSpec["callId"]): MethodSpec =>
+const entry = (answer: MethodEntry["answer"], callId?: MethodEntry["callId"]): MethodEntry =>
   ({ module: "JSCallNative", method: "m", pages: ["render"], answer, ...(callId ? { callId } : {}) });
 const ok = (answer: object = {}): CallResult => ({ registered: true, handled: true, answer: { ...answer } });
 const failed = (answer: object = {}, registered = true): CallResult => ({ registered, handled: false, answer: { ...answer } });
@@ -33,7 +33,7 @@ const tick = () => new Promise((r) => setImmediate(r));
 
 // Each case: the method's answer path, then what the host does in order.
 type Step = { result: CallResult } | { deliver: unknown };
-const cases: Array<{ name: string; path: MethodSpec["answer"]; steps: Step[]; resolves?: unknown; rejects?: string }> = [
+const cases: Array<{ name: string; path: MethodEntry["answer"]; steps: Step[]; resolves?: unknown; rejects?: string }> = [
   { name: "answered now", path: "now", steps: [{ result: ok({ data: { x: 1 } }) }],
     resolves: { data: { x: 1 }, success: true, message: "success" } },
   { name: "a later envelope does not change a settled call", path: "host",
@@ -60,7 +60,7 @@ for (const c of cases) {
   test(`settles: ${c.name}`, async () => {
     const transport = new FakeTransport();
     const bridge = new Bridge(transport);
-    const call = bridge.call(spec(c.path), {});
+    const call = bridge.call(entry(c.path), {});
     const settled = call.then((value) => ({ value }), (error: unknown) => ({ error }));
     for (const step of c.steps) {
       if ("result" in step) transport.results[0]!(step.result);
@@ -80,8 +80,8 @@ for (const c of cases) {
 test("calls get distinct ids; answers reach only their own call", async () => {
   const transport = new FakeTransport();
   const bridge = new Bridge(transport);
-  const first = bridge.call(spec("later"), {});
-  const second = bridge.call(spec("later"), {});
+  const first = bridge.call(entry("later"), {});
+  const second = bridge.call(entry("later"), {});
   const [a, b] = transport.sent.map((r) => r.callbackId);
   assert.notEqual(a, b);
   transport.results.forEach((resolve) => resolve(ok({ AsynExec: true })));
@@ -96,8 +96,8 @@ test("calls get distinct ids; answers reach only their own call", async () => {
 test("the page's callID goes where the method reads it", () => {
   const transport = new FakeTransport();
   const bridge = new Bridge(transport);
-  void bridge.call(spec("callID", { in: "payload", type: "integer" }), { a: 1 });
-  void bridge.call(spec("callID", { in: "params", type: "string" }), { a: 1 });
+  void bridge.call(entry("callID", { in: "payload", type: "integer" }), { a: 1 });
+  void bridge.call(entry("callID", { in: "params", type: "string" }), { a: 1 });
   const [top, inParams] = transport.sent;
   assert.deepEqual([top!.callID, top!.params], [Number(top!.callbackId), { a: 1 }]);
   assert.deepEqual([inParams!.callID, inParams!.params], [undefined, { a: 1, callID: inParams!.callbackId }]);
