@@ -68,6 +68,25 @@ bool PayloadAccepted(const mox_h5_module_data& data, const char* function,
     return false;
 }
 
+// The payload Execute checked and is dispatching on this thread: "canIUse"
+// asks Exist about the very request it carries, which needs no second walk.
+class CheckedPayloadScope {
+public:
+    explicit CheckedPayloadScope(const Json::Value& payload) noexcept : m_outer(t_current) {
+        t_current = &payload;
+    }
+    ~CheckedPayloadScope() { t_current = m_outer; }
+    CheckedPayloadScope(const CheckedPayloadScope&) = delete;
+    CheckedPayloadScope& operator=(const CheckedPayloadScope&) = delete;
+
+    static bool Covers(const Json::Value& payload) noexcept { return t_current == &payload; }
+
+private:
+    static thread_local const Json::Value* t_current;
+    const Json::Value* m_outer;
+};
+thread_local const Json::Value* CheckedPayloadScope::t_current = nullptr;
+
 }  // namespace
 
 template <>
@@ -178,6 +197,7 @@ std::tuple<bool, bool> MoxModuleManager::Execute(const std::string& name,
         }
         // The copy keeps the worker alive for the length of the call.
         std::shared_ptr<IModuleWorker> worker = entry->worker;
+        const CheckedPayloadScope checked(data.payload);
         return {true, entry->execute_fn(std::move(worker), &data, answer)};
     } catch (const std::exception& e) {
         LogEscapedException("MoxModuleManager::Execute", data.payload, e.what());
@@ -199,7 +219,9 @@ bool MoxModuleManager::Exist(const mox_h5_module_data& data) noexcept {
 }
 
 bool MoxModuleManager::ExistUnguarded(const mox_h5_module_data& data) {
-    if (!PayloadAccepted(data, kExistFunction, "canIUse")) return false;
+    if (!CheckedPayloadScope::Covers(data.payload) &&
+        !PayloadAccepted(data, kExistFunction, "canIUse"))
+        return false;
     const Json::Value* params = moxh5::detail::FindCallParams(data.payload);
     if (!params) {
         MOX_LOG_FALSE_IN(kExistFunction);
