@@ -67,7 +67,7 @@ TEST(PlainDispatch, RunsTheNamedHandlerOrRefusesTheMethod) {
 // completes once and succeeds, so that the page still hears back.
 TEST(Dispatch, NullRequestOrMissingMethodRunsNoHandler) {
     PlainMethodMap plain{{"a", Marking("a")}};
-    ContextMethodMap byContext{{"a", {Marking("a"), Marking("a")}}};
+    ContextMethodMap byContext{{"a", {{Marking("a"), Marking("a")}}}};
     detail::CompletionMethodMap withCompletion{
         {"a", [](const mox_h5_module_data* d, const std::function<bool()>&, Json::Value& a) {
              return Marking("a")(d, a);
@@ -101,11 +101,10 @@ TEST(ContextDispatch, ReportsBeforeTheHandlerRuns) {
     ScopedReportCapture reports;
     ContextMethodMap methods;
     CaptureReportSink* sink = reports.operator->();
-    methods["failing"] = {[sink](const mox_h5_module_data*, Json::Value& answer) {
-                              answer["reportsSeen"] = static_cast<int>(sink->Reports().size());
-                              return false;
-                          },
-                          PlainHandler()};
+    methods["failing"].slots[0] = [sink](const mox_h5_module_data*, Json::Value& answer) {
+        answer["reportsSeen"] = static_cast<int>(sink->Reports().size());
+        return false;
+    };
     Json::Value answer;
     const mox_h5_module_data call = MakeCall("failing");
     EXPECT_FALSE(detail::DispatchByContext("JSTest", methods, &call, answer, kSite));

@@ -21,8 +21,15 @@ using CompletionHandler = std::function<bool(
 
 using PlainMethodMap = std::map<std::string, PlainHandler>;
 using CompletionMethodMap = std::map<std::string, CompletionHandler>;
-// Slot 0 serves render pages, slot 1 worker pages (the request's isWorker).
-using ContextMethodMap = std::map<std::string, std::array<PlainHandler, 2>>;
+// A method of a worker with a handler per context (the native module).
+struct ContextMethod {
+    // Slot 0 serves render pages, slot 1 worker pages (the request's isWorker).
+    std::array<PlainHandler, 2> slots;
+    // Whether the page hears the answer through the unified callback; the
+    // answers of all other methods carry "NoNeedUnifyCallBack": true.
+    bool unified = false;
+};
+using ContextMethodMap = std::map<std::string, ContextMethod>;
 
 // Where a log line comes from: a function text for the diagnostics.
 struct CallSite {
@@ -77,9 +84,10 @@ bool DispatchPlain(std::string_view module, const PlainMethodMap& methods,
                    PlainDispatchRules rules);
 
 // The Execute of a worker with a context pair per name (the native module):
-// every call starts with "NoNeedUnifyCallBack": true in the answer; a name
-// whose slot for the caller's context is empty counts as unknown; a found
-// handler is counted with the usage report 91936 before it runs.
+// the answer of every call that reads a method name carries
+// "NoNeedUnifyCallBack": true unless the method is `unified`; a name whose
+// slot for the caller's context is empty counts as unknown; a found handler is
+// counted with the usage report 91936 before it runs.
 bool DispatchByContext(std::string_view module, const ContextMethodMap& methods,
                        const mox_module_data* data, Json::Value& answer, const CallSite& site);
 

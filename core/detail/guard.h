@@ -54,8 +54,8 @@ Json::Value GuardedCopy(const Json::Value& source, const char* caller,
 Json::Value GuardedCopyUsing(const Json::Value& source, const char* caller, const CallSite& site,
                              Json::Value (*copy)(const Json::Value&)) noexcept;
 
-// Lets the unified callback answer this call (handlers that answer through it
-// remove the flag the native worker set).
+// Lets the unified callback answer this call: removes the
+// "NoNeedUnifyCallBack" a dispatch set (the photo worker's render answers).
 void UseUnifiedCallback(Json::Value& answer);
 
 // Whether the call's configuration callback turns the switch `key` on; the

@@ -69,12 +69,12 @@ void ReportNativeDispatch(const std::string& method, bool isWorker) {
     report.Report();
 }
 
-const PlainHandler* FindContextHandler(const ContextMethodMap& methods, const std::string& method,
+// The method serving `method` for the caller's context, or null.
+const ContextMethod* FindContextMethod(const ContextMethodMap& methods, const std::string& method,
                                        bool isWorker) {
     const auto it = methods.find(method);
-    if (it == methods.end()) return nullptr;
-    const PlainHandler& handler = it->second[isWorker ? 1 : 0];
-    return handler ? &handler : nullptr;
+    if (it == methods.end() || !it->second.slots[isWorker ? 1 : 0]) return nullptr;
+    return &it->second;
 }
 
 }  // namespace
@@ -83,12 +83,22 @@ bool DispatchByContext(std::string_view module, const ContextMethodMap& methods,
                        const mox_module_data* data, Json::Value& answer, const CallSite& site) {
     std::string method;
     if (!ReadCallMethod(data, site, method)) return false;
-    answer[key::kNoNeedUnifyCallBack] = true;
-    const PlainHandler* handler = FindContextHandler(methods, method, data->isWorker);
-    if (!handler || PolicyDenies(module, *data, method, site))
+    const ContextMethod* found = FindContextMethod(methods, method, data->isWorker);
+    if (!found || PolicyDenies(module, *data, method, site)) {
+        answer[key::kNoNeedUnifyCallBack] = true;
         return RefuseUnknownMethod(method, /*logIt=*/true, site, answer);
+    }
+    // The table says before the handler runs whether the flag belongs in the
+    // answer: setting it on every call for the handlers of unified methods to
+    // take out again cost as much as the rest of the dispatch. Their answer is
+    // an object all the same.
+    if (!found->unified) {
+        answer[key::kNoNeedUnifyCallBack] = true;
+    } else if (answer.isNull()) {
+        answer = Json::Value(Json::objectValue);
+    }
     ReportNativeDispatch(method, data->isWorker);
-    return (*handler)(data, answer);
+    return found->slots[data->isWorker ? 1 : 0](data, answer);
 }
 
 bool DispatchWithCompletion(std::string_view module, const CompletionMethodMap& methods,

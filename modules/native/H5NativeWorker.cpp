@@ -77,9 +77,10 @@ const std::array<H5NativeWorker::MethodRow, 53> H5NativeWorker::kMethodRows = {{
 
 H5NativeWorker::H5NativeWorker() {
     for (const MethodRow& row : kMethodRows) {
-        std::array<moxh5::detail::PlainHandler, 2>& slots = m_methods[row.name];
-        if (row.slots & kRenderSlot) slots[0] = row.handler;
-        if (row.slots & kWorkerSlot) slots[1] = row.handler;
+        moxh5::detail::ContextMethod& method = m_methods[row.name];
+        if (row.slots & kRenderSlot) method.slots[0] = row.handler;
+        if (row.slots & kWorkerSlot) method.slots[1] = row.handler;
+        method.unified = row.unified;
     }
 }
 

@@ -46,8 +46,8 @@ public:
         const char* handlerName;  // the member that serves it
         Handler handler;          // the static member that serves the name
         Slots slots;
-        // The handler removes "NoNeedUnifyCallBack": its answer reaches the
-        // page through the unified callback.
+        // The answer reaches the page through the unified callback; the
+        // dispatch sets "NoNeedUnifyCallBack" for all other methods.
         bool unified;
         // The handler may answer later and then sets "AsynExec": true.
         bool mayAnswerLater;

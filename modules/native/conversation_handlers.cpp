@@ -19,7 +19,6 @@ namespace {
 namespace key = moxh5::key;
 namespace text = moxh5::text;
 using moxh5::detail::RequireCall;
-using moxh5::detail::UseUnifiedCallback;
 
 constexpr char kOrderSnEmpty[] = "orderSn is empty.";
 // "开启聊天失败，参数不正确" ("could not open the chat: bad parameters").
@@ -35,7 +34,6 @@ constexpr int kFailureToastMs = 1500;
 // choice of mall to the host (the page's own).
 bool H5NativeWorker::openNewConversation(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::openNewConversation";
-    UseUnifiedCallback(answer);
     const auto call = RequireCall(data, answer, NATIVE_SITE(kFunction));
     if (!call) return false;
     const std::string orderSn = mox_json::GetJsonValueToString(*call.params, "orderSn", kFunction);
@@ -61,7 +59,6 @@ bool H5NativeWorker::openNewConversation(const mox_h5_module_data* data, Json::V
 // nothing to report.
 bool H5NativeWorker::unReadMsgCount(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::unReadMsgCount";
-    UseUnifiedCallback(answer);
     IH5ActionImplCallBack* host =
         moxh5::detail::RequireRequestAndHost(data, answer, NATIVE_SITE(kFunction));
     if (!host) return false;

@@ -116,7 +116,6 @@ bool H5NativeWorker::feedBack(const mox_h5_module_data* data, Json::Value& answe
 
 // The library's own version, the one its file carries; whatever the host's is.
 bool H5NativeWorker::getWorkbenchVersion(const mox_h5_module_data*, Json::Value& answer) {
-    moxh5::detail::UseUnifiedCallback(answer);
     answer[key::kData]["WorkbenchVersion"] = MOXH5_VERSION_STRING;
     return true;
 }

@@ -39,7 +39,6 @@ using moxh5::detail::PageFileInScope;
 using moxh5::detail::RequireCall;
 using moxh5::detail::RequireObjectParams;
 using moxh5::detail::RequireRequest;
-using moxh5::detail::UseUnifiedCallback;
 
 constexpr char kFileNotExist[] = "file not exist.";
 constexpr char kFilePathEmpty[] = "file path is empty.";
@@ -61,7 +60,6 @@ void AnswerUnderCallId(IH5ActionImplCallBack& host, const mox_h5_module_data& da
 // no host needed. Returns the params, or null.
 const Json::Value* RequireLocalFileCall(const mox_h5_module_data* data, Json::Value& answer,
                                         const moxh5::detail::CallSite& site) {
-    UseUnifiedCallback(answer);
     if (!RequireRequest(data, site)) return nullptr;
     return RequireObjectParams(*data, answer, site);
 }
@@ -117,7 +115,6 @@ bool H5NativeWorker::getPluginVersion(const mox_h5_module_data* data, Json::Valu
 
 bool H5NativeWorker::selectFile(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::selectFile";
-    UseUnifiedCallback(answer);
     const auto call = RequireCall(data, answer, NATIVE_SITE(kFunction));
     if (!call) return false;
     NATIVE_TRACE_JSON(kFunction, "[MoxH5] Web req SelectFile content: %s", data->payload);
@@ -133,7 +130,6 @@ bool H5NativeWorker::selectFile(const mox_h5_module_data* data, Json::Value& ans
 // An empty "cookie" is allowed; an empty "url" or "filePath" is not.
 bool H5NativeWorker::downloadRemoteFile(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::downloadRemoteFile";
-    UseUnifiedCallback(answer);
     const auto call = RequireCall(data, answer, NATIVE_SITE(kFunction));
     if (!call) return false;
     NATIVE_TRACE_JSON(kFunction, "[MoxH5] Web req downloadRemoteFile content: %s", data->payload);
@@ -165,7 +161,6 @@ bool H5NativeWorker::downloadRemoteFile(const mox_h5_module_data* data, Json::Va
 // page policy.
 bool H5NativeWorker::uploadFile(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::uploadFile";
-    UseUnifiedCallback(answer);
     const auto call = RequireCall(data, answer, NATIVE_SITE(kFunction));
     if (!call) return false;
     NATIVE_TRACE_JSON(kFunction, "[MoxH5] Web req UploadFile content: %s", data->payload);
@@ -196,7 +191,6 @@ bool H5NativeWorker::uploadFile(const mox_h5_module_data* data, Json::Value& ans
 
 bool H5NativeWorker::saveFile(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::saveFile";
-    UseUnifiedCallback(answer);
     const auto call = RequireCall(data, answer, NATIVE_SITE(kFunction));
     if (!call) return false;
     NATIVE_TRACE_JSON(kFunction, "[MoxH5] Web req SaveFile content: %s", data->payload);

@@ -145,7 +145,6 @@ bool IsSessionAccount(const mox_h5_module_data& data, const std::string& user,
 // ("openexternalclient://...") for the host. Only client links need the host.
 bool H5NativeWorker::openWebUseBrowser(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::openWebUseBrowser";
-    moxh5::detail::UseUnifiedCallback(answer);
     if (!moxh5::detail::RequireRequest(data, NATIVE_SITE(kFunction))) return false;
     NATIVE_TRACE_JSON(kFunction, "[MoxH5] Web req OpenWebUseBrowser content: %s", data->payload);
     const Json::Value* params =

@@ -23,7 +23,6 @@ using moxh5::detail::JsonText;
 using moxh5::detail::RequireObjectParams;
 using moxh5::detail::RequireRequest;
 using moxh5::detail::RequireRequestAndHost;
-using moxh5::detail::UseUnifiedCallback;
 
 // ShellExecuteW's convention: values up to 32 are error codes.
 constexpr uintptr_t kShellErrorCeiling = 32;
@@ -52,7 +51,6 @@ using HostOpen = bool (IH5ActionImplCallBack::*)(const std::string& paramsJson);
 // "params" as JSON text.
 bool OpenInHost(const mox_h5_module_data* data, Json::Value& answer,
                 const moxh5::detail::CallSite& site, const char* traceFormat, HostOpen open) {
-    UseUnifiedCallback(answer);
     IH5ActionImplCallBack* host = RequireRequestAndHost(data, answer, site);
     if (!host) return false;
     NAVIGATION_TRACE(site.function, traceFormat, data->payload);
@@ -78,7 +76,6 @@ bool H5NativeWorker::openGoodsManage(const mox_h5_module_data* data, Json::Value
 // The host gets the page name and, besides it, the whole "params" as text.
 bool H5NativeWorker::pageChange(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::pageChange";
-    UseUnifiedCallback(answer);
     IH5ActionImplCallBack* host = RequireRequestAndHost(data, answer, NATIVE_SITE(kFunction));
     if (!host) return false;
     NAVIGATION_TRACE(kFunction, "[MoxH5] Web req PageChange content: %s", data->payload);
@@ -98,7 +95,6 @@ bool H5NativeWorker::pageChange(const mox_h5_module_data* data, Json::Value& ans
 // The body is not checked: the host takes the request as it is.
 bool H5NativeWorker::sessionExpired(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::sessionExpired";
-    UseUnifiedCallback(answer);
     IH5ActionImplCallBack* host = RequireRequestAndHost(data, answer, NATIVE_SITE(kFunction));
     if (!host) return false;
     NAVIGATION_TRACE(kFunction, "[MoxH5] Web req SessionExpired content: %s", data->payload);
@@ -109,7 +105,6 @@ bool H5NativeWorker::sessionExpired(const mox_h5_module_data* data, Json::Value&
 // refuses, opens nothing.
 bool H5NativeWorker::windowsDownLoad(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::windowsDownLoad";
-    UseUnifiedCallback(answer);
     if (!RequireRequest(data, NATIVE_SITE(kFunction))) return false;
     NAVIGATION_TRACE(kFunction, "[MoxH5] Web req WindowsDownLoad content: %s", data->payload);
     const Json::Value* params = RequireObjectParams(*data, answer, NATIVE_SITE(kFunction));
@@ -126,7 +121,6 @@ bool H5NativeWorker::windowsDownLoad(const mox_h5_module_data* data, Json::Value
 // the policy is unrestricted) as an empty target, which the shell refuses.
 bool H5NativeWorker::oneClickUpdate(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::oneClickUpdate";
-    UseUnifiedCallback(answer);
     if (!RequireRequest(data, NATIVE_SITE(kFunction))) return false;
     NAVIGATION_TRACE(kFunction, "[MoxH5] Web req OneClickUpdate content: %s", data->payload);
     const Json::Value* params = RequireObjectParams(*data, answer, NATIVE_SITE(kFunction));

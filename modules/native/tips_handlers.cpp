@@ -29,7 +29,6 @@ namespace text = moxh5::text;
 using moxh5::detail::RequireCall;
 using moxh5::detail::RequireObjectParams;
 using moxh5::detail::RequireRequestAndHost;
-using moxh5::detail::UseUnifiedCallback;
 
 constexpr int kDefaultToastDurationMs = 1500;
 constexpr int kLongestToastDurationMs = 3000;
@@ -58,7 +57,6 @@ void ShowToastText(IH5ActionImplCallBack& host, int kind, const std::string& con
 
 bool H5NativeWorker::showToast(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::showToast";
-    UseUnifiedCallback(answer);
     IH5ActionImplCallBack* host = RequireRequestAndHost(data, answer, NATIVE_SITE(kFunction));
     if (!host) return false;
     NATIVE_TRACE_JSON(kFunction, "[MoxH5] Web req ShowToast content: %s", data->payload);
@@ -89,7 +87,6 @@ bool H5NativeWorker::mainFrameShowTip(const mox_h5_module_data* data, Json::Valu
 
 bool H5NativeWorker::showCommonTip(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::showCommonTip";
-    UseUnifiedCallback(answer);
     IH5ActionImplCallBack* host = RequireRequestAndHost(data, answer, NATIVE_SITE(kFunction));
     if (!host) return false;
     NATIVE_TRACE_JSON(kFunction, "[MoxH5] Web req ShowCommonTip content: %s", data->payload);
@@ -140,7 +137,6 @@ bool H5NativeWorker::openWindow(const mox_h5_module_data* data, Json::Value& ans
 // non-empty.
 bool H5NativeWorker::showEasyWnd(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::showEasyWnd";
-    UseUnifiedCallback(answer);
     if (!moxh5::detail::RequireRequest(data, NATIVE_SITE(kFunction))) return false;
     if (!moxh5::detail::FeatureEnabled(*data, kEasyWndSwitch)) {
         answer[key::kMessage] = kNotEnabled;
