@@ -31,13 +31,10 @@ public:
             std::string key;
             Json::Value value;
             for (;;) {
-                SkipSpace();
-                if (m_at == m_end || *m_at != '"' || !String(key)) return false;
-                SkipSpace();
-                if (!Take(':')) return false;
-                SkipSpace();
                 // Each member nests on its own, as a payload does through Execute.
-                if (!Value(value, 0) || !visit(context, key, value)) return false;
+                if (!MemberName(key) || !Value(value, 0) || !visit(context, key, value)) {
+                    return false;
+                }
                 SkipSpace();
                 if (Take('}')) break;
                 if (!Take(',')) return false;
@@ -105,16 +102,21 @@ private:
         if (Take('}')) return true;
         std::string key;
         for (;;) {
-            SkipSpace();
-            if (m_at == m_end || *m_at != '"' || !String(key)) return false;
-            SkipSpace();
-            if (!Take(':')) return false;
-            SkipSpace();
-            if (!Value(value[key], depth)) return false;
+            if (!MemberName(key) || !Value(value[key], depth)) return false;
             SkipSpace();
             if (Take('}')) return true;
             if (!Take(',')) return false;
         }
+    }
+
+    // A member's quoted name and its colon, with the space around them.
+    bool MemberName(std::string& key) {
+        SkipSpace();
+        if (m_at == m_end || *m_at != '"' || !String(key)) return false;
+        SkipSpace();
+        if (!Take(':')) return false;
+        SkipSpace();
+        return true;
     }
 
     bool Array(Json::Value& value, int depth) {
