@@ -40,6 +40,7 @@ bool PayloadWithinLimits(const Json::Value& payload) noexcept {
     struct Frame {
         Json::ValueConstIterator at;
         Json::ArrayIndex left;
+        bool named;  // an object's members, whose names count as text
     };
     static_assert(std::is_trivially_destructible_v<Frame>, "frames are never destroyed");
     // Frames are built only as containers open: building all of them up
@@ -57,7 +58,8 @@ bool PayloadWithinLimits(const Json::Value& payload) noexcept {
         if (type == Json::arrayValue || type == Json::objectValue) {
             if (depth == kMaxJsonDepth) return false;
             if (const Json::ArrayIndex size = next->size()) {
-                new (&slots[depth++].frame) Frame{next->begin(), size};
+                new (&slots[depth++].frame)
+                    Frame{next->begin(), size, type == Json::objectValue};
             }
         }
         next = nullptr;
@@ -67,10 +69,11 @@ bool PayloadWithinLimits(const Json::Value& payload) noexcept {
                 --depth;
                 continue;
             }
-            // Object members carry their names; array elements give none.
-            const char* nameEnd = nullptr;
-            const char* name = frame.at.memberName(&nameEnd);
-            if (!tally.AddText(name, nameEnd)) return false;
+            if (frame.named) {
+                const char* nameEnd = nullptr;
+                const char* name = frame.at.memberName(&nameEnd);
+                if (!tally.AddText(name, nameEnd)) return false;
+            }
             next = &*frame.at;
             ++frame.at;
             --frame.left;
