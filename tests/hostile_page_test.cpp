@@ -307,16 +307,19 @@ void Dismantle(Json::Value& value) {
 // Test that payloads nested too deep or carrying too much text reach no module, from Execute
 // and from "canIUse", and that a long dotted name asks only for its first two parts.
 TEST(HostilePage, DeepOrHugePayloadsReachNoModule) {
-    const std::tuple<int, size_t, bool> kShapes[] = {{128, 0, true},
-                                                     {129, 0, false},
-                                                     {100000, 0, false},
-                                                     {2, (64 << 20) - 100, true},
-                                                     {2, (64 << 20) + 1, false}};
-    for (const auto& [depth, textBytes, accepted] : kShapes) {
+    // Depth, bytes of text, whether that text is a member's name, accepted.
+    const std::tuple<int, size_t, bool, bool> kShapes[] = {{128, 0, false, true},
+                                                           {129, 0, false, false},
+                                                           {100000, 0, false, false},
+                                                           {2, (64 << 20) - 100, false, true},
+                                                           {2, (64 << 20) + 1, false, false},
+                                                           {2, (64 << 20) + 1, true, false}};
+    for (const auto& [depth, textBytes, asName, accepted] : kShapes) {
         SCOPED_TRACE(std::to_string(depth) + " deep, text " + std::to_string(textBytes));
         mox_h5_module_data call =
             MakeCall("setLog", ParseJson(R"({"content":"hi","logLevel":"notice"})"));
-        call.payload["params"]["x"] = std::string(textBytes, 'x');
+        const std::string text(textBytes, 'x');
+        call.payload["params"][asName ? text : "x"] = asName ? Json::Value(1) : Json::Value(text);
         Json::Value* inner = &call.payload["params"]["y"];
         for (int level = 2; level < depth; ++level) inner = &(*inner)["a"];  // no copies
         ScopedLogCapture log;
