@@ -20,7 +20,7 @@ FILTER=${3:-.}
 base_sha=$(git -C "$ROOT" rev-parse --verify "$BASE_REF^{commit}")
 base_tree="$ROOT/build/compare/$base_sha"
 if [ ! -d "$base_tree" ]; then
-    git -C "$ROOT" worktree add --detach "$base_tree" "$base_sha" >/dev/null
+    git -C "$ROOT" worktree add --quiet --detach "$base_tree" "$base_sha" >/dev/null
 fi
 
 build_bench() {
