@@ -3,7 +3,7 @@
 # one run: builds both with the release preset (the earlier one in a git
 # worktree under build/compare/), then alternates runs of the two programs so
 # that a busy moment of the machine falls on both alike, and prints each
-# shared benchmark's median CPU time per call and the ratio.
+# shared benchmark's median CPU time per call, its spread and the ratio.
 #
 #   bash tools/bench/compare.sh BASE_REF [ROUNDS] [FILTER]
 #
@@ -55,10 +55,14 @@ def cpu_times(side):
     return times
 
 base, head = cpu_times("base"), cpu_times("head")
-print(f"median CPU time per call, ns (base {base_sha[:10]}, head this checkout)")
-print(f"{'benchmark':<28}{'base':>10}{'head':>10}{'head/base':>11}")
+print(f"CPU time per call, ns: median (min-max) (base {base_sha[:10]}, head this checkout)")
+print(f"{'benchmark':<28}{'base':>20}{'head':>20}{'head/base':>11}")
+
+def cell(times):
+    return f"{statistics.median(times):.0f} ({min(times):.0f}-{max(times):.0f})"
+
 for name in head:
     if name in base:
-        b, h = statistics.median(base[name]), statistics.median(head[name])
-        print(f"{name:<28}{b:>10.0f}{h:>10.0f}{h / b:>11.3f}")
+        ratio = statistics.median(head[name]) / statistics.median(base[name])
+        print(f"{name:<28}{cell(base[name]):>20}{cell(head[name]):>20}{ratio:>11.3f}")
 EOF
