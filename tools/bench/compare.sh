@@ -31,13 +31,14 @@ build_bench "$base_tree"
 
 out=$(mktemp -d)
 trap 'rm -rf "$out"' EXIT
+# run_bench TREE FILE: one run of TREE's benchmark, its results as JSON in FILE.
+run_bench() {
+    "$1/build/release/bin/moxh5_bench" --benchmark_filter="$FILTER" \
+        --benchmark_format=json >"$2" 2>/dev/null
+}
 for round in $(seq "$ROUNDS"); do
-    for side in base head; do
-        tree=$ROOT
-        [ "$side" = base ] && tree=$base_tree
-        "$tree/build/release/bin/moxh5_bench" --benchmark_filter="$FILTER" \
-            --benchmark_format=json >"$out/$side.$round.json" 2>/dev/null
-    done
+    run_bench "$base_tree" "$out/base.$round.json"
+    run_bench "$ROOT" "$out/head.$round.json"
 done
 
 python3 - "$out" "$base_sha" <<'EOF'
