@@ -214,16 +214,19 @@ TEST_F(CInterface, PagePolicyAndMethodFilter) {
                 nullptr, &answer);
         return answer;
     };
-    EXPECT_EQ(run("openWindow", "{}"),
-              R"({"NoNeedUnifyCallBack":true,"message":"Invalid method.","support":false})");
-    EXPECT_EQ(recorded.asked.back(),
-              R"({"isWorker":false,"webindex":2,"mallcsid":"m","workerid":""} openWindow)");
     for (const char* policy : {R"({"shellSchemes":"https"})", R"({"unrestricted":1})",
                                R"({"fileRoot":["/tmp"]})", R"({"fileRoots":["/tmp",3]})", "[]"}) {
         EXPECT_EQ(moxh5_set_page_policy(host, policy), MOXH5_ERROR_JSON) << policy;
     }
     EXPECT_EQ(moxh5_set_page_policy(host, R"({"shellSchemes":["https"],"fileRoots":[]})"),
               MOXH5_OK);
+    EXPECT_EQ(run("openWindow", "{}"),
+              R"({"NoNeedUnifyCallBack":true,"message":"Invalid method.","support":false})");
+    EXPECT_EQ(recorded.asked.back(),
+              R"({"isWorker":false,"webindex":2,"mallcsid":"m","workerid":""} openWindow)");
+    // The policy is read without locks once calls run: it is a start-up call.
+    EXPECT_EQ(moxh5_set_page_policy(host, R"({"unrestricted":true})"), MOXH5_ERROR_STATE);
+    EXPECT_NE(std::string(moxh5_last_error()).find("start-up"), std::string::npos);
     EXPECT_EQ(run("windowsDownLoad", R"({"url":"http://dl.example/a"})"),
               R"({"message":"download failed"})");
     run("windowsDownLoad", R"({"url":"https://dl.example/a"})");

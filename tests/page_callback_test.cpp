@@ -110,7 +110,7 @@ TEST(PageCallbackEscapes, NothingThrownDuringDeliveryReachesTheHost) {
     ScopedLogCapture log;
     const Json::Value files = ParseJson(R"({"data":{"path":"/tmp/x"}})");
     EXPECT_FALSE(callBackToWebPage(true, true, 3, "m", "cb-throw", "w", Json::Value()));
-    EXPECT_FALSE(detail::AnswerPageHandingFiles(false, true, 4, "m", "cb-throw", "", files));
+    EXPECT_FALSE(callBackToWebPage(false, true, 4, "m", "cb-throw", "", files));
     const auto lines = log->Matching("[MoxH5] exception in callBackToWebPage: ");
     ASSERT_EQ(lines.size(), 2u);
     EXPECT_EQ(lines[0].text, "[MoxH5] exception in callBackToWebPage: unknown exception");

@@ -26,4 +26,6 @@ inline constexpr char kInvalidParam[] = "Invalid param.";
 // A parameter record that cannot be bound.
 inline constexpr char kInvalidParamRecord[] = "Invalid Param.";
 inline constexpr char kNoActionInterface[] = "Native impl instance is null.";
+// Later work the library cannot record: the page has too much work out.
+inline constexpr char kTooMuchPendingWork[] = "Too many pending calls.";
 }  // namespace moxh5::text

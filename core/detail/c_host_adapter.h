@@ -9,6 +9,7 @@
 
 #include <json/value.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -24,15 +25,6 @@ struct moxh5_reply_slot {
     Json::Value value;
 };
 
-// Asynchronous work handed to the host: the page to answer and how.
-struct moxh5_token {
-    MoxPageIdentity page;
-    MoxPageCallbackFn done = nullptr;
-    MoxTipCompletion tipDone;  // ShowCommonTip only
-    // Set while live when the page closed: the answer is then dropped.
-    bool pageClosed = false;
-};
-
 namespace moxh5::detail {
 
 // An operation's arguments: a JSON object's text.
@@ -40,15 +32,14 @@ struct ArgsText {
     std::string text;
 };
 
-// The live tokens: a token is live from the moment the host is handed it until
-// it is completed or dropped, so that a second completion is refused instead
-// of touching freed memory.
-moxh5_token* AdmitToken(std::unique_ptr<moxh5_token> token);
-// Takes a live token out (null when it is not live).
-std::unique_ptr<moxh5_token> WithdrawToken(moxh5_token* token);
-// Marks the live tokens of a closed page (render pages: any workerid); the
-// tip tokens, which name no page, are left alone.
-void CloseTokensOf(bool isWorker, int32_t webindex, const std::string& workerid);
+// A token is the number of the pending work it stands for (never a pointer
+// the library dereferences), so a stale or repeated completion finds nothing.
+inline moxh5_token* TokenOf(uint64_t ticket) {
+    return reinterpret_cast<moxh5_token*>(static_cast<uintptr_t>(ticket));
+}
+inline uint64_t TicketOf(const moxh5_token* token) {
+    return reinterpret_cast<uintptr_t>(token);
+}
 
 // The table's method_allowed as a page policy's method filter; empty when the
 // table has none. It keeps copies of what it needs, not the table.
@@ -56,7 +47,8 @@ MoxMethodFilter MethodFilterOf(const moxh5_host_table& table);
 
 class CHostAdapter final : public IH5ActionImplCallBack, public IUserCenter {
 public:
-    explicit CHostAdapter(const moxh5_host_table& table) : m_table(table) {}
+    // `host` is the handle's number, which the host's tokens are held under.
+    CHostAdapter(const moxh5_host_table& table, uint64_t host) : m_table(table), m_host(host) {}
 
     const moxh5_host_table& Table() const { return m_table; }
     bool HasActionInterface() const { return m_table.operation || m_table.page_answer; }
@@ -171,14 +163,15 @@ private:
     moxh5_reply_slot Ask(const char* op, const ArgsText& args, moxh5_token* token = nullptr);
     // An operation that returns whether the host accepted.
     bool Accepted(const char* op, const ArgsText& args);
-    // The same for work that finishes later: the token goes with the call and
-    // stays with the host only when it accepts.
-    bool AcceptedLater(const char* op, const ArgsText& args, std::unique_ptr<moxh5_token> token);
+    // The same for work that finishes later: the work being handed over goes
+    // with the call as its token; a refusal withdraws it (in the handler).
+    bool AcceptedLater(const char* op, const ArgsText& args);
     std::string UserValue(const char* name, const std::string& mallcsid);
     void AnswerPage(int isWorker, const std::string& mallcsid, int webindex,
                     const std::string& callbackId, const std::string& data);
 
     moxh5_host_table m_table;
+    uint64_t m_host;
 };
 
 // The log lines, to the table's log callback.

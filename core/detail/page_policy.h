@@ -46,12 +46,10 @@ std::optional<std::wstring> PageFileInScope(const std::string& utf8Path, const C
 // keeps the most recent files only (a bounded number).
 void RememberHandedFile(const std::string& utf8Path);
 
-// The completion handed to the host for work that gives a page files
-// ("selectFile", "saveFile", "downloadRemoteFile"): on success it remembers
+// Runs before the answer of work that gives a page files ("selectFile",
+// "saveFile", "downloadRemoteFile") reaches the page: on success it remembers
 // the answer's "data" "path" and "filePath" (each a string or an array of
-// strings), then answers the page as callBackToWebPage does. Never throws.
-bool AnswerPageHandingFiles(bool isWorker, bool success, int webindex, const std::string& mallcsid,
-                            const std::string& callbackid, const std::string& workerid,
-                            const Json::Value& answer) noexcept;
+// strings). Never throws.
+void RememberHandedFiles(bool success, const Json::Value& answer) noexcept;
 
 }  // namespace moxh5::detail

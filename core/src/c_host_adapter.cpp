@@ -1,12 +1,11 @@
 #include "core/detail/c_host_adapter.h"
 
 #include <charconv>
-#include <mutex>
 #include <type_traits>
-#include <unordered_set>
 #include <utility>
 
 #include "core/detail/json_text.h"
+#include "core/detail/pending_work.h"
 #include "moxh5/platform.h"
 
 namespace moxh5::detail {
@@ -70,45 +69,7 @@ ArgsText DescribeRequest(const mox_h5_module_data* request) {
                 "workerid", Text(request->workerid));
 }
 
-std::unique_ptr<moxh5_token> PageToken(const MoxPageIdentity& page, MoxPageCallbackFn done) {
-    auto token = std::make_unique<moxh5_token>();
-    token->page = page;
-    token->done = done;
-    return token;
-}
-
-std::mutex g_tokenMutex;
-// Never destroyed: the host completes work on its own threads, possibly while
-// the library unloads (docs/architecture.md, "Statics").
-std::unordered_set<moxh5_token*>& LiveTokens() {
-    static auto& tokens = *new std::unordered_set<moxh5_token*>;
-    return tokens;
-}
-
 }  // namespace
-
-moxh5_token* AdmitToken(std::unique_ptr<moxh5_token> token) {
-    std::lock_guard<std::mutex> lock(g_tokenMutex);
-    LiveTokens().insert(token.get());
-    return token.release();
-}
-
-std::unique_ptr<moxh5_token> WithdrawToken(moxh5_token* token) {
-    std::lock_guard<std::mutex> lock(g_tokenMutex);
-    if (LiveTokens().erase(token) == 0) return nullptr;
-    return std::unique_ptr<moxh5_token>(token);
-}
-
-void CloseTokensOf(bool isWorker, int32_t webindex, const std::string& workerid) {
-    std::lock_guard<std::mutex> lock(g_tokenMutex);
-    for (moxh5_token* token : LiveTokens()) {
-        const MoxPageIdentity& page = token->page;
-        if (token->done && page.isWorker == isWorker && page.webindex == webindex &&
-            (!isWorker || page.workerid == workerid)) {
-            token->pageClosed = true;
-        }
-    }
-}
 
 MoxMethodFilter MethodFilterOf(const moxh5_host_table& table) {
     if (!table.method_allowed) return MoxMethodFilter();
@@ -151,13 +112,11 @@ bool CHostAdapter::Accepted(const char* op, const ArgsText& args) {
     return reply.isBool() && reply.asBool();
 }
 
-bool CHostAdapter::AcceptedLater(const char* op, const ArgsText& args,
-                                 std::unique_ptr<moxh5_token> token) {
-    moxh5_token* handed = AdmitToken(std::move(token));
-    const Json::Value reply = Ask(op, args, handed).value;
-    const bool accepted = reply.isBool() && reply.asBool();
-    if (!accepted) WithdrawToken(handed);
-    return accepted;
+bool CHostAdapter::AcceptedLater(const char* op, const ArgsText& args) {
+    const uint64_t ticket = WorkBeingHandedOver();
+    if (!ticket || !m_table.operation || !HoldWork(ticket, m_host)) return false;
+    const Json::Value reply = Ask(op, args, TokenOf(ticket)).value;
+    return reply.isBool() && reply.asBool();
 }
 
 std::string CHostAdapter::UserValue(const char* name, const std::string& mallcsid) {
@@ -389,29 +348,26 @@ bool CHostAdapter::ShareGoods(const std::string& shareUrl, const std::wstring& g
 }
 
 bool CHostAdapter::SelectFile(const std::string& filter, const MoxPageIdentity& page,
-                              MoxPageCallbackFn done) {
-    return AcceptedLater("SelectFile", Args("filter", filter, "page", DescribePage(page)),
-                         PageToken(page, done));
+                              MoxPageCallbackFn /*done*/) {
+    return AcceptedLater("SelectFile", Args("filter", filter, "page", DescribePage(page)));
 }
 
 bool CHostAdapter::DownloadRemoteFile(const std::string& filePath, const std::string& url,
                                       const std::string& cookie, const MoxPageIdentity& page,
-                                      MoxPageCallbackFn done) {
+                                      MoxPageCallbackFn /*done*/) {
     return AcceptedLater(
         "DownloadRemoteFile",
-        Args("filePath", filePath, "url", url, "cookie", cookie, "page", DescribePage(page)),
-        PageToken(page, done));
+        Args("filePath", filePath, "url", url, "cookie", cookie, "page", DescribePage(page)));
 }
 
 bool CHostAdapter::UploadFile(const std::string& url, const std::string& cookie,
                               const std::string& filePath, const std::string& signName,
                               const std::string& signValue, const std::string& fileDataName,
-                              const MoxPageIdentity& page, MoxPageCallbackFn done) {
+                              const MoxPageIdentity& page, MoxPageCallbackFn /*done*/) {
     return AcceptedLater(
         "UploadFile",
         Args("url", url, "cookie", cookie, "filePath", filePath, "signName", signName, "signValue",
-             signValue, "fileDataName", fileDataName, "page", DescribePage(page)),
-        PageToken(page, done));
+             signValue, "fileDataName", fileDataName, "page", DescribePage(page)));
 }
 
 void CHostAdapter::ShowToast(int kind, const char* text, size_t length, int durationMs) {
@@ -421,44 +377,38 @@ void CHostAdapter::ShowToast(int kind, const char* text, size_t length, int dura
 
 bool CHostAdapter::ShowCommonTip(bool isWorker, std::string title, std::string content,
                                  std::string leftButtonText, std::string rightButtonText,
-                                 MoxTipCompletion done) {
-    auto token = std::make_unique<moxh5_token>();
-    token->tipDone = std::move(done);
+                                 MoxTipCompletion /*done*/) {
     return AcceptedLater("ShowCommonTip",
                          Args("isWorker", isWorker, "title", title, "content", content,
-                              "leftButtonText", leftButtonText, "rightButtonText", rightButtonText),
-                         std::move(token));
+                              "leftButtonText", leftButtonText, "rightButtonText", rightButtonText));
 }
 
 bool CHostAdapter::SaveFile(const std::string& tempFilePath, const MoxPageIdentity& page,
-                            MoxPageCallbackFn done) {
-    return AcceptedLater("SaveFile", Args("tempFilePath", tempFilePath, "page", DescribePage(page)),
-                         PageToken(page, done));
+                            MoxPageCallbackFn /*done*/) {
+    return AcceptedLater("SaveFile", Args("tempFilePath", tempFilePath, "page", DescribePage(page)));
 }
 
 bool CHostAdapter::HttpPost(int kind, const mox_h5_module_data* request, int webindex,
                             const std::string& callbackid, const std::string& extra,
-                            MoxPageCallbackFn done, const std::string& url,
+                            MoxPageCallbackFn /*done*/, const std::string& url,
                             const std::string& content, const std::string& cookie,
                             const std::vector<std::string>& headers) {
     if (!request) return false;
     return AcceptedLater("HttpPost",
                          Args("kind", kind, "request", DescribeRequest(request), "webindex",
                               webindex, "callbackid", callbackid, "extra", extra, "url", url,
-                              "content", content, "cookie", cookie, "headers", Strings(headers)),
-                         PageToken(PageIdentityOf(*request), done));
+                              "content", content, "cookie", cookie, "headers", Strings(headers)));
 }
 
 bool CHostAdapter::HttpGet(int kind, const mox_h5_module_data* request, int webindex,
                            const std::string& callbackid, const std::string& extra,
-                           MoxPageCallbackFn done, const std::string& url,
+                           MoxPageCallbackFn /*done*/, const std::string& url,
                            const std::string& content, const std::string& cookie) {
     if (!request) return false;
     return AcceptedLater(
         "HttpGet",
         Args("kind", kind, "request", DescribeRequest(request), "webindex", webindex, "callbackid",
-             callbackid, "extra", extra, "url", url, "content", content, "cookie", cookie),
-        PageToken(PageIdentityOf(*request), done));
+             callbackid, "extra", extra, "url", url, "content", content, "cookie", cookie));
 }
 
 void CHostAdapter::CopyImageToClipboard(const std::string& data) {
@@ -476,7 +426,7 @@ void CHostAdapter::WorkerJsCallback(const std::string& mallcsid, int webindex,
 }
 
 void CHostAdapter::ShowEasyWnd(bool isWorker, const mox_h5_module_data* request, int webindex,
-                               const std::string& callbackid, MoxPageCallbackFn done,
+                               const std::string& callbackid, MoxPageCallbackFn /*done*/,
                                const EasyWndParam& param) {
     if (!request) return;
     const ArgsText p =
@@ -486,11 +436,14 @@ void CHostAdapter::ShowEasyWnd(bool isWorker, const mox_h5_module_data* request,
              Args("text", param.right.text, "action", param.right.action));
     const ArgsText args = Args("isWorker", isWorker, "request", DescribeRequest(request),
                                "webindex", webindex, "callbackid", callbackid, "param", p);
-    // The window always answers later: the token stays with the host, unless
-    // there is no host to take it.
-    moxh5_token* handed = AdmitToken(PageToken(PageIdentityOf(*request), done));
-    if (!m_table.operation) WithdrawToken(handed);
-    Ask("ShowEasyWnd", args, m_table.operation ? handed : nullptr);
+    // The window always answers later: the token stays with the host; with no
+    // host to take it, the page hears at once that there is no window.
+    const uint64_t ticket = WorkBeingHandedOver();
+    if (!m_table.operation || !HoldWork(ticket, m_host)) {
+        AnswerWork(ticket, false, Json::Value());
+        return;
+    }
+    Ask("ShowEasyWnd", args, TokenOf(ticket));
 }
 
 void CHostAdapter::UpdateShielding(const mox_h5_module_data* request, const std::string& currentUid,
@@ -506,11 +459,10 @@ std::string CHostAdapter::GetClientLinkPrefix() {
 
 bool CHostAdapter::OpenNewConversation(const mox_h5_module_data* request,
                                        const std::string& orderSn, const std::string& mallId,
-                                       const MoxPageIdentity& page, MoxPageCallbackFn done) {
+                                       const MoxPageIdentity& page, MoxPageCallbackFn /*done*/) {
     return AcceptedLater("OpenNewConversation",
                          Args("request", DescribeRequest(request), "orderSn", orderSn, "mallId",
-                              mallId, "page", DescribePage(page)),
-                         PageToken(page, done));
+                              mallId, "page", DescribePage(page)));
 }
 
 std::string CHostAdapter::GetMallId(const std::string& mallcsid) {

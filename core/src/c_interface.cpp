@@ -4,7 +4,10 @@
 #include <cstring>
 #include <exception>
 #include <memory>
+#include <atomic>
+#include <mutex>
 #include <new>
+#include <thread>
 #include <string>
 #include <vector>
 
@@ -12,16 +15,21 @@
 #include "core/detail/diagnostics.h"
 #include "core/detail/json_text.h"
 #include "core/detail/no_throw.h"
-#include "core/detail/pending_answers.h"
+#include "core/detail/pending_work.h"
 #include "moxh5/module_manager.h"
 #include "moxh5/moxh5_c.h"
 
+// The live host. The handle given to the host is not its address but its
+// number (see HandleOf), so that a destroyed host's handle can never name a
+// later one.
 struct moxh5_host {
-    explicit moxh5_host(const moxh5_host_table& table)
-        : adapter(table),
+    moxh5_host(const moxh5_host_table& table, uintptr_t handleNumber)
+        : number(handleNumber),
+          adapter(table, handleNumber),
           logSink(std::make_shared<moxh5::detail::CLogSinkAdapter>(table)),
           reportSink(std::make_shared<moxh5::detail::CReportSinkAdapter>(table)) {}
 
+    uintptr_t number;
     moxh5::detail::CHostAdapter adapter;
     std::shared_ptr<moxh5::detail::CLogSinkAdapter> logSink;
     std::shared_ptr<moxh5::detail::CReportSinkAdapter> reportSink;
@@ -39,14 +47,76 @@ using moxh5::detail::CompactJson;
 using moxh5::detail::ParseJson;
 using moxh5::detail::ParseJsonMembers;
 
-// The one host of the process (set and cleared by create and destroy only).
-moxh5_host* g_host = nullptr;
+// The one host of the process. `g_live` is set by create before the host's
+// number is published in `g_current`, and freed by destroy only after
+// `g_current` is cleared and every call inside the library (`g_inside`) has
+// left: a call that counted itself in and then saw its host current may use
+// it to the end. (Both are sequentially consistent, so a destroy and a call
+// cannot miss each other.)
+std::mutex g_lifecycle;  // create and destroy
+moxh5_host* g_live = nullptr;
+std::atomic<uintptr_t> g_current{0};
+std::atomic<int> g_inside{0};
+uintptr_t g_lastNumber = 0;
+thread_local int t_depth = 0;  // calls of this thread inside the library
+
+moxh5_host* HandleOf(uintptr_t number) { return reinterpret_cast<moxh5_host*>(number); }
+
+// A call inside the library. Only the outermost call of a thread counts:
+// callbacks may call the library again.
+class Inside {
+public:
+    explicit Inside(const moxh5_host* handle) : m_outer(t_depth == 0) {
+        if (m_outer) g_inside.fetch_add(1);
+        ++t_depth;
+        m_current = handle && handle == HandleOf(g_current.load());
+    }
+    ~Inside() {
+        --t_depth;
+        if (m_outer) g_inside.fetch_sub(1);
+    }
+    Inside(const Inside&) = delete;
+    Inside& operator=(const Inside&) = delete;
+    // Whether `handle` named the live host, which then stays until this ends.
+    bool Current() const { return m_current; }
+
+private:
+    bool m_outer;
+    bool m_current = false;
+};
+
+// What went wrong in the last call of this thread that failed (moxh5_last_error).
+thread_local std::string t_lastError;
+
+// A failure: its text, for moxh5_last_error and a log line at 400.
+int Fail(int code, const char* function, const std::string& what) {
+    t_lastError = std::string(function) + ": " + what;
+    CMoxLog::MoxLogFormat(LOG_PRIORITY_WARNING, __FILE__, __LINE__, function, "[MoxH5] %s",
+                          t_lastError.c_str());
+    return code;
+}
 
 // Runs the body of a C function: an exception becomes MOXH5_ERROR_INTERNAL and
 // a log line, never an unwinding into the caller.
 template <typename Body>
 int Guarded(const char* function, Body&& body) noexcept {
-    return moxh5::detail::CatchAll(function, int{MOXH5_ERROR_INTERNAL}, body);
+    return moxh5::detail::CatchAll(function, int{MOXH5_ERROR_INTERNAL}, [&] {
+        t_lastError.clear();
+        const int status = body();
+        if (status == MOXH5_ERROR_INTERNAL && t_lastError.empty()) {
+            t_lastError = std::string(function) + ": internal failure";
+        }
+        return status;
+    });
+}
+
+// The usual refusals, worded once.
+int NullArgument(const char* function, const char* name) {
+    return Fail(MOXH5_ERROR_ARGUMENT, function, std::string(name) + " is null");
+}
+int NotCurrent(const char* function) {
+    return Fail(MOXH5_ERROR_STATE, function,
+                "the host handle is not the live host (destroyed, or never created)");
 }
 
 // A copy of `text` in memory that moxh5_free releases.
@@ -63,6 +133,7 @@ struct ReadCall {
     mox_h5_module_data data;
     std::string workerid;
     bool hasWorkerid = false;
+    std::string problem;  // why the text was refused, when a member was wrong
 };
 
 // Reads a member of the request; absent or null members keep their defaults,
@@ -76,35 +147,48 @@ bool ReadMember(void* context, const std::string& key, Json::Value& value) {
     }
     if (value.isNull()) return true;
     if (key == "mallcsid" || key == "callbackid" || key == "workerid") {
-        if (!value.isString()) return false;
+        if (!value.isString()) {
+            call.problem = "member \"" + key + "\" must be a string or null";
+            return false;
+        }
         if (key == "workerid") call.hasWorkerid = true;
         (key == "mallcsid"     ? data.mallcsid
          : key == "callbackid" ? data.callbackid
                                : call.workerid) = value.asString();
     } else if (key == "isWorker") {
-        if (!value.isBool()) return false;
+        if (!value.isBool()) {
+            call.problem = "member \"isWorker\" must be a boolean or null";
+            return false;
+        }
         data.isWorker = value.asBool();
     } else if (key == "webindex") {
-        if (!value.isInt()) return false;
+        if (!value.isInt()) {
+            call.problem = "member \"webindex\" must be a 32-bit integer or null";
+            return false;
+        }
         data.webindex = value.asInt();
     }
     return true;
 }
 
 bool ReadRequest(const char* text, ReadCall& call) {
-    if (!ParseJsonMembers(text, &ReadMember, &call)) return false;
+    if (!ParseJsonMembers(text, &ReadMember, &call)) {
+        if (call.problem.empty()) {
+            call.problem = "not a JSON object (or nested deeper than 128 levels)";
+        }
+        return false;
+    }
     call.data.workerid = call.hasWorkerid ? call.workerid.c_str() : nullptr;
     call.data.configCallback = MoxModuleManager::GetInstance()->GetConfigCallback();
     return true;
 }
 
-bool IsCurrent(const moxh5_host* host) { return host && host == g_host; }
-
 // The configuration callable the manager keeps: it asks whichever host is
 // current, so that a later host needs no second Init.
 bool AskCurrentHost(const std::string& key, const std::string& mallcsid,
                     const MoxConfigValue& value) {
-    const moxh5_host* host = g_host;
+    // Asked only inside a call, while the host cannot go.
+    const moxh5_host* host = g_current.load() ? g_live : nullptr;
     return host && host->adapter.Switch(key, mallcsid, value);
 }
 
@@ -164,6 +248,24 @@ void Install(moxh5_host& host) {
     }
 }
 
+// Table sizes of the published layouts: the table as first published and the
+// shorter ones it documents for older hosts (ending after page_answer,
+// user_value, config_switch, log, log_priority or report). A size that ends
+// inside a member is a host built against no published header.
+bool PublishedTableSize(size_t size) {
+    for (const size_t published :
+         {offsetof(moxh5_host_table, user_value), offsetof(moxh5_host_table, config_switch),
+          offsetof(moxh5_host_table, log), offsetof(moxh5_host_table, log_priority),
+          offsetof(moxh5_host_table, report), offsetof(moxh5_host_table, method_allowed),
+          sizeof(moxh5_host_table)}) {
+        if (size == published) return true;
+    }
+    return false;
+}
+
+// Whether the host has made a call (start-up calls are refused from then on).
+std::atomic<bool> g_started{false};
+
 }  // namespace
 
 extern "C" {
@@ -171,45 +273,79 @@ extern "C" {
 unsigned MOXH5_CALL moxh5_abi_version(void) { return MOXH5_C_ABI_VERSION; }
 
 int MOXH5_CALL moxh5_create(const moxh5_host_table* table, moxh5_host** host) {
-    return Guarded("moxh5_create", [&] {
-        if (!table || !host || table->size < offsetof(moxh5_host_table, log)) {
-            return MOXH5_ERROR_ARGUMENT;
+    constexpr char kFunction[] = "moxh5_create";
+    return Guarded(kFunction, [&] {
+        if (!table) return NullArgument(kFunction, "table");
+        if (!host) return NullArgument(kFunction, "host");
+        if (!PublishedTableSize(table->size)) {
+            return Fail(MOXH5_ERROR_ARGUMENT, kFunction,
+                        "table size " + std::to_string(table->size) +
+                            " is not the size of a published moxh5_host_table");
         }
-        if (g_host) return MOXH5_ERROR_STATE;
+        if (t_depth > 0) return Fail(MOXH5_ERROR_STATE, kFunction, "called from a callback");
+        std::lock_guard<std::mutex> lock(g_lifecycle);
+        if (g_current.load()) return Fail(MOXH5_ERROR_STATE, kFunction, "a host exists");
         // Members the host's older table lacks stay null.
         moxh5_host_table copy;
         std::memset(&copy, 0, sizeof copy);
-        std::memcpy(&copy, table, table->size < sizeof copy ? table->size : sizeof copy);
-        auto created = std::make_unique<moxh5_host>(copy);
+        std::memcpy(&copy, table, table->size);
+        uintptr_t number = g_lastNumber + 1;
+        if (number == 0) number = 1;
+        auto created = std::make_unique<moxh5_host>(copy, number);
         Install(*created);
-        g_host = created.release();
-        *host = g_host;
+        g_started = false;
+        g_lastNumber = number;
+        g_live = created.release();
+        g_current.store(number);
+        *host = HandleOf(number);
         return MOXH5_OK;
     });
 }
 
 int MOXH5_CALL moxh5_destroy(moxh5_host* host) {
-    return Guarded("moxh5_destroy", [&] {
-        if (!IsCurrent(host)) return MOXH5_ERROR_STATE;
+    constexpr char kFunction[] = "moxh5_destroy";
+    return Guarded(kFunction, [&] {
+        if (!host) return NullArgument(kFunction, "host");
+        // A callback cannot wait for the call it runs in to end.
+        if (t_depth > 0) return Fail(MOXH5_ERROR_STATE, kFunction, "called from a callback");
+        std::lock_guard<std::mutex> lock(g_lifecycle);
+        uintptr_t number = reinterpret_cast<uintptr_t>(host);
+        if (number == 0 || !g_current.compare_exchange_strong(number, 0)) {
+            return NotCurrent(kFunction);
+        }
+        // New calls now see no host; the ones inside finish with it.
+        while (g_inside.load() != 0) std::this_thread::yield();
         MoxModuleManager* manager = MoxModuleManager::GetInstance();
         manager->SetCallback(nullptr);
         manager->SetUserCenter(nullptr);
-        if (host->setPolicy) manager->SetPagePolicy(MoxPagePolicy());
-        if (host->adapter.Table().log) CMoxLog::SetSink(host->previousLogSink);
-        if (host->adapter.Table().report) WorkbenchReport::SetSink(host->previousReportSink);
-        g_host = nullptr;
-        delete host;
+        moxh5_host* live = g_live;
+        if (live->setPolicy) manager->SetPagePolicy(MoxPagePolicy());
+        if (live->adapter.Table().log) CMoxLog::SetSink(live->previousLogSink);
+        if (live->adapter.Table().report) WorkbenchReport::SetSink(live->previousReportSink);
+        // Its tokens answer nothing from now on (moxh5_complete: MOXH5_ERROR_STATE).
+        moxh5::detail::ReleaseHostWork(live->number);
+        g_live = nullptr;
+        delete live;
         return MOXH5_OK;
     });
 }
 
 int MOXH5_CALL moxh5_execute(moxh5_host* host, const char* module, const char* request_json,
                              unsigned* outcome, char** answer_json) {
-    return Guarded("moxh5_execute", [&] {
-        if (!module || !request_json || !outcome || !answer_json) return MOXH5_ERROR_ARGUMENT;
-        if (!IsCurrent(host)) return MOXH5_ERROR_STATE;
+    constexpr char kFunction[] = "moxh5_execute";
+    return Guarded(kFunction, [&] {
+        if (!host) return NullArgument(kFunction, "host");
+        if (!module) return NullArgument(kFunction, "module");
+        if (!request_json) return NullArgument(kFunction, "request_json");
+        if (!outcome) return NullArgument(kFunction, "outcome");
+        if (!answer_json) return NullArgument(kFunction, "answer_json");
+        const Inside inside(host);
+        if (!inside.Current()) return NotCurrent(kFunction);
         ReadCall call;
-        if (!ReadRequest(request_json, call)) return MOXH5_ERROR_JSON;
+        if (!ReadRequest(request_json, call)) {
+            return Fail(MOXH5_ERROR_JSON, kFunction, "request_json: " + call.problem);
+        }
+        g_started = true;
         Json::Value answer(Json::objectValue);
         const auto [registered, handled] =
             MoxModuleManager::GetInstance()->Execute(module, call.data, answer);
@@ -220,11 +356,18 @@ int MOXH5_CALL moxh5_execute(moxh5_host* host, const char* module, const char* r
 }
 
 int MOXH5_CALL moxh5_exist(moxh5_host* host, const char* request_json, int* exists) {
-    return Guarded("moxh5_exist", [&] {
-        if (!request_json || !exists) return MOXH5_ERROR_ARGUMENT;
-        if (!IsCurrent(host)) return MOXH5_ERROR_STATE;
+    constexpr char kFunction[] = "moxh5_exist";
+    return Guarded(kFunction, [&] {
+        if (!host) return NullArgument(kFunction, "host");
+        if (!request_json) return NullArgument(kFunction, "request_json");
+        if (!exists) return NullArgument(kFunction, "exists");
+        const Inside inside(host);
+        if (!inside.Current()) return NotCurrent(kFunction);
         ReadCall call;
-        if (!ReadRequest(request_json, call)) return MOXH5_ERROR_JSON;
+        if (!ReadRequest(request_json, call)) {
+            return Fail(MOXH5_ERROR_JSON, kFunction, "request_json: " + call.problem);
+        }
+        g_started = true;
         *exists = MoxModuleManager::GetInstance()->Exist(call.data) ? 1 : 0;
         return MOXH5_OK;
     });
@@ -232,13 +375,22 @@ int MOXH5_CALL moxh5_exist(moxh5_host* host, const char* request_json, int* exis
 
 int MOXH5_CALL moxh5_answer_page(moxh5_host* host, const char* page_json, int success,
                                  const char* answer_json) {
-    return Guarded("moxh5_answer_page", [&] {
-        if (!page_json) return MOXH5_ERROR_ARGUMENT;
-        if (!IsCurrent(host)) return MOXH5_ERROR_STATE;
+    constexpr char kFunction[] = "moxh5_answer_page";
+    return Guarded(kFunction, [&] {
+        if (!host) return NullArgument(kFunction, "host");
+        if (!page_json) return NullArgument(kFunction, "page_json");
+        const Inside inside(host);
+        if (!inside.Current()) return NotCurrent(kFunction);
         ReadCall page;
+        if (!ReadRequest(page_json, page)) {
+            return Fail(MOXH5_ERROR_JSON, kFunction, "page_json: " + page.problem);
+        }
         Json::Value answer;
-        if (!ReadRequest(page_json, page) || (answer_json && !ParseJson(answer_json, answer))) {
-            return MOXH5_ERROR_JSON;
+        if (answer_json && !ParseJson(answer_json, answer)) {
+            return Fail(MOXH5_ERROR_JSON, kFunction, "answer_json is not JSON");
+        }
+        if (!answer.isObject() && !answer.isNull()) {
+            return Fail(MOXH5_ERROR_JSON, kFunction, "answer_json must be an object or null");
         }
         const mox_h5_module_data& d = page.data;
         callBackToWebPage(d.isWorker, success != 0, d.webindex, d.mallcsid, d.callbackid,
@@ -248,64 +400,89 @@ int MOXH5_CALL moxh5_answer_page(moxh5_host* host, const char* page_json, int su
 }
 
 int MOXH5_CALL moxh5_reply(moxh5_reply_slot* reply, const char* result_json) {
-    return Guarded("moxh5_reply", [&] {
-        if (!reply || !result_json) return MOXH5_ERROR_ARGUMENT;
-        if (!ParseJson(result_json, reply->value)) return MOXH5_ERROR_JSON;
+    constexpr char kFunction[] = "moxh5_reply";
+    return Guarded(kFunction, [&] {
+        if (!reply) return NullArgument(kFunction, "reply");
+        if (!result_json) return NullArgument(kFunction, "result_json");
+        if (!ParseJson(result_json, reply->value)) {
+            return Fail(MOXH5_ERROR_JSON, kFunction, "result_json is not JSON");
+        }
         reply->given = true;
         return MOXH5_OK;
     });
 }
 
 int MOXH5_CALL moxh5_complete(moxh5_token* token, const char* result_json) {
-    return Guarded("moxh5_complete", [&] {
-        if (!token) return MOXH5_ERROR_ARGUMENT;
+    constexpr char kFunction[] = "moxh5_complete";
+    return Guarded(kFunction, [&] {
+        if (!token) return NullArgument(kFunction, "token");
         Json::Value result(Json::objectValue);
-        if ((result_json && !ParseJson(result_json, result)) || !result.isObject() ||
-            !(result["success"].isNull() || result["success"].isBool())) {
-            // The token stays with the host, which may complete it again.
-            return MOXH5_ERROR_JSON;
+        // A refused result leaves the token with the host, which may complete
+        // it again.
+        if (result_json && (!ParseJson(result_json, result) || !result.isObject())) {
+            return Fail(MOXH5_ERROR_JSON, kFunction, "result_json must be a JSON object");
         }
         const Json::Value& success = result["success"];
-        std::unique_ptr<moxh5_token> work = moxh5::detail::WithdrawToken(token);
-        if (!work) return MOXH5_ERROR_STATE;
-        if (work->pageClosed) {
-            moxh5::detail::LogDroppedAnswer(moxh5::detail::kClosedPageAnswer, work->page);
-            return MOXH5_OK;
+        if (!success.isNull() && !success.isBool()) {
+            return Fail(MOXH5_ERROR_JSON, kFunction, "member \"success\" must be a boolean");
         }
         const Json::Value answer = result.get("answer", Json::Value(Json::objectValue));
-        const bool succeeded = success.isNull() || success.asBool();
-        if (work->tipDone) {
-            work->tipDone(succeeded, answer);
-        } else if (work->done) {
-            const MoxPageIdentity& p = work->page;
-            work->done(p.isWorker, succeeded, p.webindex, p.mallcsid, p.callbackid, p.workerid,
-                       answer);
+        if (!answer.isObject() && !answer.isNull()) {
+            return Fail(MOXH5_ERROR_JSON, kFunction,
+                        "member \"answer\" must be an object or null");
         }
-        return MOXH5_OK;
+        const Inside inside(HandleOf(g_current.load()));
+        if (!inside.Current()) {
+            return Fail(MOXH5_ERROR_STATE, kFunction, "no live host: its tokens answer nothing");
+        }
+        using moxh5::detail::AnswerOutcome;
+        const AnswerOutcome outcome = moxh5::detail::AnswerWork(
+            moxh5::detail::TicketOf(token), success.isNull() || success.asBool(), answer);
+        if (outcome == AnswerOutcome::kDeliver || outcome == AnswerOutcome::kPageClosed) {
+            return MOXH5_OK;
+        }
+        return Fail(MOXH5_ERROR_STATE, kFunction,
+                    "the token is not live (completed before, or of a destroyed host)");
     });
 }
 
 int MOXH5_CALL moxh5_page_closed(moxh5_host* host, int is_worker, int webindex,
                                  const char* workerid) {
-    return Guarded("moxh5_page_closed", [&] {
-        if (!IsCurrent(host)) return MOXH5_ERROR_STATE;
-        const std::string worker = workerid ? workerid : "";
-        moxh5::detail::CloseTokensOf(is_worker != 0, webindex, worker);
-        MoxModuleManager::GetInstance()->PageClosed(is_worker != 0, webindex, worker);
+    constexpr char kFunction[] = "moxh5_page_closed";
+    return Guarded(kFunction, [&] {
+        if (!host) return NullArgument(kFunction, "host");
+        const Inside inside(host);
+        if (!inside.Current()) return NotCurrent(kFunction);
+        MoxModuleManager::GetInstance()->PageClosed(is_worker != 0, webindex,
+                                                    workerid ? workerid : "");
         return MOXH5_OK;
     });
 }
 
 int MOXH5_CALL moxh5_set_page_policy(moxh5_host* host, const char* policy_json) {
-    return Guarded("moxh5_set_page_policy", [&] {
-        if (!policy_json) return MOXH5_ERROR_ARGUMENT;
-        if (!IsCurrent(host)) return MOXH5_ERROR_STATE;
+    constexpr char kFunction[] = "moxh5_set_page_policy";
+    return Guarded(kFunction, [&] {
+        if (!host) return NullArgument(kFunction, "host");
+        if (!policy_json) return NullArgument(kFunction, "policy_json");
+        std::lock_guard<std::mutex> lock(g_lifecycle);
+        if (HandleOf(g_current.load()) != host) return NotCurrent(kFunction);
+        // Calls read the policy without a lock: it may change only before them.
+        if (g_started) {
+            return Fail(MOXH5_ERROR_STATE, kFunction,
+                        "a start-up call: set the policy before the first moxh5_execute");
+        }
         MoxPagePolicy policy;
-        if (!ReadPolicy(policy_json, policy)) return MOXH5_ERROR_JSON;
-        InstallPolicy(*host, std::move(policy));
+        if (!ReadPolicy(policy_json, policy)) {
+            return Fail(MOXH5_ERROR_JSON, kFunction,
+                        "policy_json must be {\"unrestricted\": bool, \"shellSchemes\": "
+                        "[string...], \"fileRoots\": [string...]}");
+        }
+        InstallPolicy(*g_live, std::move(policy));
         return MOXH5_OK;
     });
 }
+
+const char* MOXH5_CALL moxh5_last_error(void) { return t_lastError.c_str(); }
 
 void MOXH5_CALL moxh5_free(void* buffer) { std::free(buffer); }
 

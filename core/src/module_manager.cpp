@@ -10,7 +10,7 @@
 #include "core/detail/page_policy.h"
 #include "core/detail/params.h"
 #include "core/detail/payload_limits.h"
-#include "core/detail/pending_answers.h"
+#include "core/detail/pending_work.h"
 #include "modules/module_adapters.h"
 #include "mox_json.h"
 
@@ -168,7 +168,7 @@ bool MoxModuleManager::Create() noexcept {
 
 void MoxModuleManager::PageClosed(bool isWorker, int32_t webindex,
                                   const std::string& workerid) noexcept {
-    const size_t dropped = moxh5::detail::CloseAnswersOf(isWorker, webindex, workerid);
+    const size_t dropped = moxh5::detail::CloseWorkOf(isWorker, webindex, workerid);
     moxh5::detail::CatchAll("MoxModuleManager::PageClosed", [&] {
         MOX_LOG(LOG_PRIORITY_INFO, "MoxModuleManager::PageClosed",
                 "[MoxH5] Page closed: worker[%d] webindex[%d] workerid[%.64s], %u answers "

@@ -4,16 +4,18 @@
 
 #include "core/detail/answer.h"
 #include "core/detail/diagnostics.h"
+#include "core/detail/json_text.h"
 #include "core/detail/no_throw.h"
-#include "core/detail/pending_answers.h"
+#include "core/detail/page_policy.h"
+#include "core/detail/pending_work.h"
 #include "mox_json.h"
 #include "moxh5/module_manager.h"
 
 namespace {
 
-using moxh5::detail::AdmitAnswer;
+using moxh5::detail::AnswerOutcome;
 using moxh5::detail::CatchAll;
-using moxh5::detail::JsonText;
+using moxh5::detail::Claim;
 namespace key = moxh5::key;
 
 // The answer wrapped in the envelope, or nothing when the answer is neither an
@@ -38,100 +40,204 @@ std::string LoggedAnswer(const Json::Value& envelope) {
                                                  : std::string();
 }
 
+MoxPageIdentity MakeIdentity(bool isWorker, int webindex, const std::string& mallcsid,
+                               const std::string& callbackid, const std::string& workerid) {
+    MoxPageIdentity page;
+    page.isWorker = isWorker;
+    page.webindex = webindex;
+    page.mallcsid = mallcsid;
+    page.callbackid = callbackid;
+    page.workerid = workerid;
+    return page;
+}
+
+// Whether an answer may go on: false (logged) for a drop. A claimed answer
+// that goes on first runs its work's hook.
+bool Admitted(const Claim& claim, bool success, const Json::Value& answer) {
+    switch (claim.outcome) {
+        case AnswerOutcome::kDeliver:
+            if (claim.hook == moxh5::detail::AnswerHook::kHandFiles) {
+                moxh5::detail::RememberHandedFiles(success, answer);
+            }
+            return true;
+        case AnswerOutcome::kAsItIs:
+            return true;
+        case AnswerOutcome::kPageClosed:
+            moxh5::detail::LogDroppedAnswer(moxh5::detail::kClosedPageAnswer, claim.page);
+            return false;
+        case AnswerOutcome::kRepeated:
+            moxh5::detail::LogDroppedAnswer(moxh5::detail::kRepeatedAnswer, claim.page);
+            return false;
+        case AnswerOutcome::kUnknown:
+            moxh5::detail::LogDroppedAnswer(moxh5::detail::kUnknownWork, claim.page);
+            return false;
+    }
+    return false;
+}
+
+// Ends a claim however the delivery ends, so that a page close never waits
+// for a delivery that threw.
+class ClaimScope {
+public:
+    explicit ClaimScope(const Claim& claim) : m_claim(claim) {}
+    ~ClaimScope() { moxh5::detail::FinishClaim(m_claim); }
+    ClaimScope(const ClaimScope&) = delete;
+    ClaimScope& operator=(const ClaimScope&) = delete;
+
+private:
+    const Claim& m_claim;
+};
+
+// The end of every delivery, once `claim` is made: the work's hook, the trace
+// line and the host's page callback.
+void Deliver(IH5ActionImplCallBack* callback, const Claim& claim, bool isWorker, bool success,
+             int webindex, const std::string& mallcsid, const std::string& callbackid,
+             const std::string& workerid, const Json::Value& answer,
+             const Json::Value& envelope) {
+    if (!Admitted(claim, success, answer)) return;
+    const std::string text = moxh5::detail::CompactJson(envelope);
+    if (isWorker) {
+        MOX_LOG(LOG_PRIORITY_INFO, "doCallBackToWorker",
+                "[MoxH5] Worker Jscallback mallcsid[%s] webindex[%d] workerid[%s], callbackid[%s], "
+                "data[%s]",
+                mallcsid.c_str(), webindex, workerid.c_str(), callbackid.c_str(),
+                LoggedAnswer(envelope).c_str());
+        if (callback) callback->WorkerJsCallback(mallcsid, webindex, callbackid, text);
+    } else {
+        MOX_LOG(LOG_PRIORITY_INFO, "doCallBackToRender",
+                "[MoxH5] Render Jscallback mallcsid[%s] webindex[%d], callId[%s], data[%s]",
+                mallcsid.c_str(), webindex, callbackid.c_str(), LoggedAnswer(envelope).c_str());
+        if (callback) callback->RenderJsCallback(mallcsid, webindex, callbackid, text);
+    }
+}
+
+// The flags that keep the unified callback silent; true (logged) when one is set.
+bool StaysSilent(bool isWorker, int webindex, const std::string& mallcsid,
+                 const std::string& callbackid, const std::string& workerid,
+                 const Json::Value& answer) {
+    if (isWorker) {
+        constexpr char kFunction[] = "doCallBackToWorker";
+        // Worker pages ignore "NoNeedUnifyCallBack": nothing else answers them.
+        if (FlagIsSet(answer, key::kAsynExec, kFunction)) {
+            MOX_LOG(LOG_PRIORITY_INFO, kFunction,
+                    "[MoxH5] Worker JsAsyncCallback mallcsid[%s] webindex[%d] workerid[%s], "
+                    "callbackid[%s], return.",
+                    mallcsid.c_str(), webindex, workerid.c_str(), callbackid.c_str());
+            return true;
+        }
+        if (callbackid.empty()) {
+            MOX_LOG(LOG_PRIORITY_INFO, kFunction,
+                    "[MoxH5] Callbackid is empty, no need callback.");
+            return true;
+        }
+        return false;
+    }
+    constexpr char kFunction[] = "doCallBackToRender";
+    if (FlagIsSet(answer, key::kNoNeedUnifyCallBack, kFunction)) {
+        MOX_LOG(LOG_PRIORITY_INFO, kFunction,
+                "[MoxH5] Render NoNeedUnifyCallBack mallcsid[%s] webindex[%d], callId[%s], "
+                "return.",
+                mallcsid.c_str(), webindex, callbackid.c_str());
+        return true;
+    }
+    if (FlagIsSet(answer, key::kAsynExec, kFunction)) {
+        MOX_LOG(LOG_PRIORITY_INFO, kFunction,
+                "[MoxH5] Render JsAsyncCallback mallcsid[%s] webindex[%d], callId[%s], return.",
+                mallcsid.c_str(), webindex, callbackid.c_str());
+        return true;
+    }
+    if (callbackid.empty()) {
+        MOX_LOG(LOG_PRIORITY_INFO, kFunction, "[MoxH5] CallId is empty, no need callback.");
+        return true;
+    }
+    return false;
+}
+
+// An answer by page and callback id (the bare completion, the unified answer).
+void AnswerByKey(IH5ActionImplCallBack* callback, bool isWorker, bool success, int webindex,
+                 const std::string& mallcsid, const std::string& callbackid,
+                 const std::string& workerid, const Json::Value& answer) {
+    if (StaysSilent(isWorker, webindex, mallcsid, callbackid, workerid, answer)) return;
+    const std::optional<Json::Value> envelope = BuildEnvelope(success, answer);
+    if (!envelope) return;
+    Claim claim = moxh5::detail::ClaimByKey(isWorker, webindex, workerid, callbackid);
+    if (claim.outcome != AnswerOutcome::kDeliver) {
+        claim.page = MakeIdentity(isWorker, webindex, mallcsid, callbackid, workerid);
+    }
+    const ClaimScope scope(claim);
+    Deliver(callback, claim, isWorker, success, webindex, mallcsid, callbackid, workerid, answer,
+            *envelope);
+}
+
+IH5ActionImplCallBack* InstalledCallback() {
+    IH5ActionImplCallBack* callback = MoxModuleManager::GetInstance()->GetCallback();
+    if (!callback) {
+        MOX_LOG(LOG_PRIORITY_ERROR, "callBackToWebPage", "%s check failed",
+                "MoxModuleManager::GetInstance()->GetCallback()");
+    }
+    return callback;
+}
+
 }  // namespace
 
 MoxPageIdentity PageIdentityOf(const mox_h5_module_data& request) {
-    MoxPageIdentity page;
-    page.isWorker = request.isWorker;
-    page.webindex = request.webindex;
-    page.mallcsid = request.mallcsid;
-    page.callbackid = request.callbackid;
-    page.workerid = request.workerid ? request.workerid : "";
-    return page;
+    return MakeIdentity(request.isWorker, request.webindex, request.mallcsid, request.callbackid,
+                          request.workerid ? request.workerid : "");
 }
 
 bool callBackToWebPage(bool isWorker, bool success, int webindex, const std::string& mallcsid,
                        const std::string& callbackid, const std::string& workerid,
                        const Json::Value& answer) noexcept {
     return CatchAll("callBackToWebPage", false, [&] {
-        IH5ActionImplCallBack* callback = MoxModuleManager::GetInstance()->GetCallback();
-        if (!callback) {
-            MOX_LOG(LOG_PRIORITY_ERROR, "callBackToWebPage", "%s check failed",
-                    "MoxModuleManager::GetInstance()->GetCallback()");
-            return false;
-        }
+        IH5ActionImplCallBack* callback = InstalledCallback();
+        if (!callback) return false;
         if (callbackid.empty()) {
             MOX_LOG(LOG_PRIORITY_INFO, "callBackToWebPage",
                     "[MoxH5] Callbackid is empty, no need callback.");
             return false;
         }
-        if (isWorker) {
-            doCallBackToWorker(callback, success, webindex, mallcsid, callbackid, workerid, answer);
-        } else {
-            doCallBackToRender(callback, success, webindex, mallcsid, callbackid, answer);
-        }
+        AnswerByKey(callback, isWorker, success, webindex, mallcsid, callbackid, workerid, answer);
         return true;
     });
 }
 
+namespace moxh5::detail {
+
+AnswerOutcome AnswerWork(uint64_t ticket, bool success, const Json::Value& answer) noexcept {
+    return CatchAll("AnswerWork", AnswerOutcome::kUnknown, [&] {
+        const std::optional<Json::Value> envelope = BuildEnvelope(success, answer);
+        if (!envelope) return AnswerOutcome::kUnknown;
+        const Claim claim = ClaimByTicket(ticket);
+        const ClaimScope scope(claim);
+        // The page is the recorded one, whatever the caller holds.
+        const MoxPageIdentity& p = claim.page;
+        if (claim.outcome != AnswerOutcome::kDeliver ||
+            !StaysSilent(p.isWorker, p.webindex, p.mallcsid, p.callbackid, p.workerid, answer)) {
+            Deliver(MoxModuleManager::GetInstance()->GetCallback(), claim, p.isWorker, success,
+                    p.webindex, p.mallcsid, p.callbackid, p.workerid, answer, *envelope);
+        }
+        return claim.outcome;
+    });
+}
+
+}  // namespace moxh5::detail
+
 bool AnswerPage(const MoxPageIdentity& page, bool success, const Json::Value& answer) noexcept {
-    return callBackToWebPage(page.isWorker, success, page.webindex, page.mallcsid, page.callbackid,
-                             page.workerid, answer);
+    if (page.ticket == 0) {
+        return callBackToWebPage(page.isWorker, success, page.webindex, page.mallcsid,
+                                 page.callbackid, page.workerid, answer);
+    }
+    return moxh5::detail::AnswerWork(page.ticket, success, answer) == AnswerOutcome::kDeliver;
 }
 
 void doCallBackToRender(IH5ActionImplCallBack* callback, bool success, int webindex,
                         const std::string& mallcsid, const std::string& callId,
                         const Json::Value& answer) {
-    constexpr char kFunction[] = "doCallBackToRender";
-    if (FlagIsSet(answer, key::kNoNeedUnifyCallBack, kFunction)) {
-        MOX_LOG(LOG_PRIORITY_INFO, kFunction,
-                "[MoxH5] Render NoNeedUnifyCallBack mallcsid[%s] webindex[%d], callId[%s], "
-                "return.",
-                mallcsid.c_str(), webindex, callId.c_str());
-        return;
-    }
-    if (FlagIsSet(answer, key::kAsynExec, kFunction)) {
-        MOX_LOG(LOG_PRIORITY_INFO, kFunction,
-                "[MoxH5] Render JsAsyncCallback mallcsid[%s] webindex[%d], callId[%s], return.",
-                mallcsid.c_str(), webindex, callId.c_str());
-        return;
-    }
-    if (callId.empty()) {
-        MOX_LOG(LOG_PRIORITY_INFO, kFunction, "[MoxH5] CallId is empty, no need callback.");
-        return;
-    }
-    const std::optional<Json::Value> envelope = BuildEnvelope(success, answer);
-    if (!envelope || !AdmitAnswer(false, webindex, std::string(), callId)) return;
-    const std::string text = JsonText(*envelope);
-    MOX_LOG(LOG_PRIORITY_INFO, kFunction,
-            "[MoxH5] Render Jscallback mallcsid[%s] webindex[%d], callId[%s], data[%s]",
-            mallcsid.c_str(), webindex, callId.c_str(), LoggedAnswer(*envelope).c_str());
-    if (callback) callback->RenderJsCallback(mallcsid, webindex, callId, text);
+    AnswerByKey(callback, false, success, webindex, mallcsid, callId, std::string(), answer);
 }
 
 void doCallBackToWorker(IH5ActionImplCallBack* callback, bool success, int webindex,
                         const std::string& mallcsid, const std::string& callbackid,
                         const std::string& workerid, const Json::Value& answer) {
-    constexpr char kFunction[] = "doCallBackToWorker";
-    // Worker pages ignore "NoNeedUnifyCallBack": nothing else answers them.
-    if (FlagIsSet(answer, key::kAsynExec, kFunction)) {
-        MOX_LOG(LOG_PRIORITY_INFO, kFunction,
-                "[MoxH5] Worker JsAsyncCallback mallcsid[%s] webindex[%d] workerid[%s], "
-                "callbackid[%s], return.",
-                mallcsid.c_str(), webindex, workerid.c_str(), callbackid.c_str());
-        return;
-    }
-    if (callbackid.empty()) {
-        MOX_LOG(LOG_PRIORITY_INFO, kFunction, "[MoxH5] Callbackid is empty, no need callback.");
-        return;
-    }
-    const std::optional<Json::Value> envelope = BuildEnvelope(success, answer);
-    if (!envelope || !AdmitAnswer(true, webindex, workerid, callbackid)) return;
-    const std::string text = JsonText(*envelope);
-    MOX_LOG(LOG_PRIORITY_INFO, kFunction,
-            "[MoxH5] Worker Jscallback mallcsid[%s] webindex[%d] workerid[%s], callbackid[%s], "
-            "data[%s]",
-            mallcsid.c_str(), webindex, workerid.c_str(), callbackid.c_str(),
-            LoggedAnswer(*envelope).c_str());
-    if (callback) callback->WorkerJsCallback(mallcsid, webindex, callbackid, text);
+    AnswerByKey(callback, true, success, webindex, mallcsid, callbackid, workerid, answer);
 }

@@ -154,12 +154,10 @@ void RememberHandedFile(const std::string& utf8Path) {
     if (path) TheHandedFiles().Add(std::move(path->key));
 }
 
-bool AnswerPageHandingFiles(bool isWorker, bool success, int webindex, const std::string& mallcsid,
-                            const std::string& callbackid, const std::string& workerid,
-                            const Json::Value& answer) noexcept {
+void RememberHandedFiles(bool success, const Json::Value& answer) noexcept {
     // A file that cannot be remembered (no memory) stays out of reach; the
     // page is answered all the same.
-    CatchAll("AnswerPageHandingFiles", [&] {
+    CatchAll("RememberHandedFiles", [&] {
         const Json::Value* data = FindMember(answer, "data");
         if (success && data && data->isObject()) {
             for (const char* name : {"path", "filePath"}) {
@@ -167,7 +165,6 @@ bool AnswerPageHandingFiles(bool isWorker, bool success, int webindex, const std
             }
         }
     });
-    return callBackToWebPage(isWorker, success, webindex, mallcsid, callbackid, workerid, answer);
 }
 
 }  // namespace moxh5::detail

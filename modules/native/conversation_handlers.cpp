@@ -7,7 +7,7 @@
 // host's own answer path and serves render pages only.
 #include "core/detail/answer.h"
 #include "core/detail/guard.h"
-#include "core/detail/pending_answers.h"
+#include "core/detail/pending_work.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/handler_checks.h"
 #include "modules/native/native_log.h"
@@ -46,13 +46,10 @@ bool H5NativeWorker::openNewConversation(const mox_h5_module_data* data, Json::V
     const std::string mallId = mox_json::GetJsonValueToString(*call.params, "mallId", kFunction);
     // The host answers once the conversation is open; it keeps its own copy
     // of the page's identity.
-    const MoxPageIdentity page = PageIdentityOf(*data);
-    if (!call.host->OpenNewConversation(data, orderSn, mallId, page,
-                                        moxh5::detail::AnswerLater(page))) {
-        return false;
-    }
-    answer[key::kAsynExec] = true;
-    return true;
+    moxh5::detail::LaterWork work(*data);
+    if (!work.Open(answer)) return false;
+    return work.Handed(
+        call.host->OpenNewConversation(data, orderSn, mallId, work.Page(), work.Done()), answer);
 }
 
 // The count must be a whole number, zero or more: a page that sends none has

@@ -20,7 +20,7 @@
 #include "core/detail/diagnostics.h"
 #include "core/detail/guard.h"
 #include "core/detail/page_policy.h"
-#include "core/detail/pending_answers.h"
+#include "core/detail/pending_work.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/native_log.h"
 #include "mox_json.h"
@@ -31,8 +31,8 @@ namespace {
 
 namespace key = moxh5::key;
 namespace text = moxh5::text;
-using moxh5::detail::AnswerLater;
-using moxh5::detail::AnswerPageHandingFiles;
+using moxh5::detail::AnswerHook;
+using moxh5::detail::LaterWork;
 using moxh5::detail::CallSite;
 using moxh5::detail::NetworkUrlAllowed;
 using moxh5::detail::PageFileInScope;
@@ -121,10 +121,9 @@ bool H5NativeWorker::selectFile(const mox_h5_module_data* data, Json::Value& ans
 
     const std::string filter = ReadString(*call.params, "filter", kFunction);
     NATIVE_LOG(LOG_PRIORITY_INFO, kFunction, "[MoxH5] Get filter[%s]", filter.c_str());
-    const MoxPageIdentity page = PageIdentityOf(*data);
-    call.host->SelectFile(filter, page, AnswerLater(page, &AnswerPageHandingFiles));
-    answer[key::kAsynExec] = true;
-    return true;
+    LaterWork work(*data, AnswerHook::kHandFiles);
+    if (!work.Open(answer)) return false;
+    return work.Handed(call.host->SelectFile(filter, work.Page(), work.Done()), answer);
 }
 
 // An empty "cookie" is allowed; an empty "url" or "filePath" is not.
@@ -149,11 +148,11 @@ bool H5NativeWorker::downloadRemoteFile(const mox_h5_module_data* data, Json::Va
         answer[key::kMessage] = text::kInvalidParam;
         return false;
     }
-    const MoxPageIdentity page = PageIdentityOf(*data);
-    call.host->DownloadRemoteFile(moxh5::platform::WideToUtf8(*target), url, cookie, page,
-                                  AnswerLater(page, &AnswerPageHandingFiles));
-    answer[key::kAsynExec] = true;
-    return true;
+    LaterWork work(*data, AnswerHook::kHandFiles);
+    if (!work.Open(answer)) return false;
+    return work.Handed(call.host->DownloadRemoteFile(moxh5::platform::WideToUtf8(*target), url,
+                                                     cookie, work.Page(), work.Done()),
+                       answer);
 }
 
 // The six values go to the host as the page sent them (the path normalized),
@@ -182,11 +181,12 @@ bool H5NativeWorker::uploadFile(const mox_h5_module_data* data, Json::Value& ans
         answer[key::kMessage] = text::kInvalidParam;
         return false;
     }
-    const MoxPageIdentity page = PageIdentityOf(*data);
-    call.host->UploadFile(url, cookie, moxh5::platform::WideToUtf8(*file), signName, signValue,
-                          fileDataName, page, AnswerLater(page));
-    answer[key::kAsynExec] = true;
-    return true;
+    LaterWork work(*data);
+    if (!work.Open(answer)) return false;
+    return work.Handed(call.host->UploadFile(url, cookie, moxh5::platform::WideToUtf8(*file),
+                                             signName, signValue, fileDataName, work.Page(),
+                                             work.Done()),
+                       answer);
 }
 
 bool H5NativeWorker::saveFile(const mox_h5_module_data* data, Json::Value& answer) {
@@ -202,11 +202,10 @@ bool H5NativeWorker::saveFile(const mox_h5_module_data* data, Json::Value& answe
         answer[key::kMessage] = text::kInvalidParam;
         return false;
     }
-    const MoxPageIdentity page = PageIdentityOf(*data);
-    call.host->SaveFile(moxh5::platform::WideToUtf8(*file), page,
-                        AnswerLater(page, &AnswerPageHandingFiles));
-    answer[key::kAsynExec] = true;
-    return true;
+    LaterWork work(*data, AnswerHook::kHandFiles);
+    if (!work.Open(answer)) return false;
+    return work.Handed(
+        call.host->SaveFile(moxh5::platform::WideToUtf8(*file), work.Page(), work.Done()), answer);
 }
 
 // Removes a file, never a directory: a directory exists, but its removal

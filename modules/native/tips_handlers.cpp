@@ -10,7 +10,7 @@
 #include "AJsonUtil.h"
 #include "core/detail/answer.h"
 #include "core/detail/guard.h"
-#include "core/detail/pending_answers.h"
+#include "core/detail/pending_work.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/native_log.h"
 #include "mox_json.h"
@@ -102,20 +102,19 @@ bool H5NativeWorker::showCommonTip(const mox_h5_module_data* data, Json::Value& 
     if (title.empty()) title = kDefaultTipTitle;
 
     // The host may answer at any later time, from any thread: the completion
-    // carries its own copy of the page's identity, and answers once however
-    // often the host (or a copy of the completion) calls it.
-    const MoxPageIdentity page = PageIdentityOf(*data);
-    moxh5::detail::AnswerLater(page);
-    MoxTipCompletion done = [page, answered = std::make_shared<std::atomic<bool>>(false)](
-                                bool success, const Json::Value& tipAnswer) noexcept {
-        if (!answered->exchange(true)) return AnswerPage(page, success, tipAnswer);
-        moxh5::detail::LogDroppedAnswer(moxh5::detail::kRepeatedAnswer, page);
-        return false;
+    // answers the recorded work, once, however often the host (or a copy of
+    // the completion) calls it, and never a page that closed or reloaded.
+    moxh5::detail::LaterWork work(*data);
+    if (!work.Open(answer)) return false;
+    MoxTipCompletion done = [ticket = work.Page().ticket](bool success,
+                                                          const Json::Value& tipAnswer) noexcept {
+        return moxh5::detail::AnswerWork(ticket, success, tipAnswer) ==
+               moxh5::detail::AnswerOutcome::kDeliver;
     };
-    host->ShowCommonTip(data->isWorker, std::move(title), std::move(content),
-                        std::move(leftButtonText), std::move(rightButtonText), std::move(done));
-    answer[key::kAsynExec] = true;
-    return true;
+    return work.Handed(host->ShowCommonTip(data->isWorker, std::move(title), std::move(content),
+                                           std::move(leftButtonText), std::move(rightButtonText),
+                                           std::move(done)),
+                       answer);
 }
 
 // All four of "title", "url", "width" and "height" must be present; their
@@ -158,10 +157,10 @@ bool H5NativeWorker::showEasyWnd(const mox_h5_module_data* data, Json::Value& an
         answer[key::kMessage] = text::kInvalidParamRecord;
         return false;
     }
-    // callBackToWebPage needs nothing from this call; the host copies the
-    // page's identity from the request before this returns.
-    host->ShowEasyWnd(data->isWorker, data, data->webindex, data->callbackid,
-                      moxh5::detail::AnswerLater(PageIdentityOf(*data)), param);
-    answer[key::kAsynExec] = true;
-    return true;
+    // The window always answers later: the host copies the page's identity
+    // from the request before this returns.
+    moxh5::detail::LaterWork work(*data);
+    if (!work.Open(answer)) return false;
+    host->ShowEasyWnd(data->isWorker, data, data->webindex, data->callbackid, work.Done(), param);
+    return work.Handed(true, answer);
 }

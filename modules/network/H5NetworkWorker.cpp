@@ -6,7 +6,7 @@
 #include "core/detail/diagnostics.h"
 #include "core/detail/guard.h"
 #include "core/detail/page_policy.h"
-#include "core/detail/pending_answers.h"
+#include "core/detail/pending_work.h"
 #include "mox_json.h"
 #include "moxh5/module_manager.h"
 
@@ -112,19 +112,17 @@ bool H5HttpRequest(int, IH5ActionImplCallBack* host, const std::string& extra,
         return false;
     }
 
-    bool accepted = false;
-    if (type == "post") {
-        accepted = host->HttpPost(kPageHttpRequest, data, data->webindex, data->callbackid, extra,
-                                  detail::AnswerLater(PageIdentityOf(*data)), url, content, cookie,
-                                  headers);
-    } else if (type == "get") {
-        // Header lines are not passed for GET, even when the page sends them.
-        accepted = host->HttpGet(kPageHttpRequest, data, data->webindex, data->callbackid, extra,
-                                 detail::AnswerLater(PageIdentityOf(*data)), url, content, cookie);
-    } else {
+    if (type != "post" && type != "get") {
         answer[key::kMessage] = moxh5::text::kInvalidParam;
         return false;
     }
-    if (accepted) answer[key::kAsynExec] = true;
-    return accepted;
+    detail::LaterWork work(*data);
+    if (!work.Open(answer)) return false;
+    // Header lines are not passed for GET, even when the page sends them.
+    const bool accepted =
+        type == "post" ? host->HttpPost(kPageHttpRequest, data, data->webindex, data->callbackid,
+                                        extra, work.Done(), url, content, cookie, headers)
+                       : host->HttpGet(kPageHttpRequest, data, data->webindex, data->callbackid,
+                                       extra, work.Done(), url, content, cookie);
+    return work.Handed(accepted, answer);
 }

@@ -6,8 +6,11 @@
  * structured values are JSON text. Every buffer the library hands out is
  * released with moxh5_free; texts handed to a callback belong to the library
  * and are valid only during the callback. No C++ exception leaves a function
- * of this interface: failures come back as the MOXH5_ERROR_* codes below
- * (and a log line).
+ * of this interface: failures come back as the MOXH5_ERROR_* codes below,
+ * with a text that says what was wrong (moxh5_last_error) and a log line at
+ * priority 400. A null pointer where one is required is always
+ * MOXH5_ERROR_ARGUMENT; a handle that is not the live host's is
+ * MOXH5_ERROR_STATE.
  *
  * The C interface and the C++ one (moxh5/module_manager.h) are served by the
  * same core; a process has one host, using one or the other.
@@ -25,15 +28,27 @@
  *   moxh5_execute(host, "JSCallNative", request_json, &outcome, &answer);
  *   moxh5_answer_page(host, request_json, outcome & MOXH5_HANDLED, answer);
  *   moxh5_free(answer);
+ * moxh5_answer_page is called after every moxh5_execute that returned
+ * MOXH5_OK, whatever the outcome: it is what answers the page now (an
+ * unregistered module's "{}" answers the page "failed"), and it stays silent
+ * when the answer comes later.
  *
- * Threads: moxh5_create and moxh5_destroy are start-up and shut-down calls;
- * no other call may run meanwhile. moxh5_execute, moxh5_exist,
- * moxh5_answer_page, moxh5_complete and moxh5_page_closed may run on any
- * threads at once; moxh5_set_page_policy is a start-up call. The
- * callbacks run on the thread that calls moxh5_execute, except page_answer,
- * which also runs on the thread that calls moxh5_complete, and log and
- * report, which run wherever the library logs or reports, possibly on several
- * threads at once.
+ * Threads: moxh5_execute, moxh5_exist, moxh5_answer_page, moxh5_complete and
+ * moxh5_page_closed may run on any threads at once, also while another thread
+ * runs moxh5_destroy: they then either run wholly before the destroy ends or
+ * give MOXH5_ERROR_STATE; once moxh5_destroy has returned, no callback of
+ * the destroyed table is called. moxh5_create, moxh5_destroy and
+ * moxh5_set_page_policy may not be called from inside a callback
+ * (MOXH5_ERROR_STATE); moxh5_set_page_policy only before the first
+ * moxh5_execute or moxh5_exist. The callbacks run on the thread that calls
+ * moxh5_execute, except page_answer, which also runs on the thread that calls
+ * moxh5_complete, and log and report, which run wherever the library logs or
+ * reports, possibly on several threads at once.
+ *
+ * Every page call is answered exactly once, unless its page closed first:
+ * at once through moxh5_answer_page, or later when the host completes its
+ * token. Work the host refuses (answers false or nothing) is answered at once
+ * as failed.
  */
 #ifndef MOXH5_C_H
 #define MOXH5_C_H
@@ -81,8 +96,11 @@ typedef struct moxh5_token moxh5_token;           /* asynchronous work the host 
  * `token` is null except for operations that finish later (docs/c_interface.md
  * marks them). When the host accepts such an operation (answers true; for
  * "ShowEasyWnd", always) it keeps the token and calls moxh5_complete once,
- * from any thread, when the work is done. When it refuses, the library drops
- * the token as the callback returns. */
+ * from any thread, when the work is done. When it refuses, the library
+ * withdraws the token as the callback returns and answers the page "failed".
+ * A token is a number, never reused, not an address: a token completed
+ * before, withdrawn, or of a destroyed host is refused with MOXH5_ERROR_STATE
+ * and cannot complete other work. */
 typedef void(MOXH5_CALL* moxh5_operation_fn)(void* user, const char* operation,
                                              const char* args_json, moxh5_token* token,
                                              moxh5_reply_slot* reply);
@@ -130,7 +148,10 @@ typedef int(MOXH5_CALL* moxh5_method_allowed_fn)(void* user, const char* page_js
  * without config_switch every switch is off, without log and report the
  * library's default log and report outputs stay. */
 typedef struct moxh5_host_table {
-    size_t size; /* sizeof(moxh5_host_table) as the host was compiled */
+    size_t size; /* sizeof(moxh5_host_table) as the host was compiled; an older
+                    host's table may end after page_answer, user_value,
+                    config_switch, log, log_priority or report; any other size
+                    is refused (MOXH5_ERROR_ARGUMENT) */
     void* user;  /* handed back to every callback */
     moxh5_operation_fn operation;
     moxh5_page_answer_fn page_answer;
@@ -149,8 +170,10 @@ MOXH5_API unsigned MOXH5_CALL moxh5_abi_version(void);
  * MOXH5_ERROR_STATE when a host exists. */
 MOXH5_API int MOXH5_CALL moxh5_create(const moxh5_host_table* table, moxh5_host** host);
 
-/* Uninstalls the host's callbacks; no call may run. Tokens the host still
- * holds stay valid and may be completed; their answers then reach no page. */
+/* Uninstalls the host's callbacks. Waits for calls under way on other threads
+ * to end; after it returns no callback of the table is called. The host's
+ * tokens are dead from then on: completing one gives MOXH5_ERROR_STATE and
+ * answers no page (not even a later host's). */
 MOXH5_API int MOXH5_CALL moxh5_destroy(moxh5_host* host);
 
 /* Runs one script call on the module `module`. `request_json`:
@@ -170,12 +193,13 @@ MOXH5_API int MOXH5_CALL moxh5_execute(moxh5_host* host, const char* module,
  * 0. */
 MOXH5_API int MOXH5_CALL moxh5_exist(moxh5_host* host, const char* request_json, int* exists);
 
-/* The unified answer after a call: hands `answer_json` (an object or null)
- * wrapped in the envelope to page_answer, unless its flags say the page is
- * answered otherwise ("AsynExec", or "NoNeedUnifyCallBack" for render pages)
- * or the call wants no answer. `page_json` names the page with the request's
- * members "mallcsid", "isWorker", "webindex", "callbackid" and "workerid"
- * (the request text itself will do). */
+/* The unified answer after a call: hands `answer_json` (an object or null;
+ * anything else is MOXH5_ERROR_JSON) wrapped in the envelope to page_answer,
+ * as compact JSON text, unless its flags say the page is answered otherwise
+ * ("AsynExec", or "NoNeedUnifyCallBack" for render pages) or the call wants
+ * no answer. `page_json` names the page with the request's members
+ * "mallcsid", "isWorker", "webindex", "callbackid" and "workerid" (the
+ * request text itself will do). */
 MOXH5_API int MOXH5_CALL moxh5_answer_page(moxh5_host* host, const char* page_json, int success,
                                            const char* answer_json);
 
@@ -183,17 +207,21 @@ MOXH5_API int MOXH5_CALL moxh5_answer_page(moxh5_host* host, const char* page_js
 MOXH5_API int MOXH5_CALL moxh5_reply(moxh5_reply_slot* reply, const char* result_json);
 
 /* Finishes asynchronous work, once, from any thread. `result_json`:
- * {"success": bool, "answer": <the page's answer>} (absent or null text:
- * true, {}). The page is answered through page_answer before this returns
- * (unless it closed: see moxh5_page_closed) and the token is released. A
- * result refused with MOXH5_ERROR_JSON leaves the token with the host; a
- * token completed before, or unknown, gives MOXH5_ERROR_STATE. */
+ * {"success": bool, "answer": <the page's answer: an object or null>}
+ * (absent or null text: true, {}). The page is answered through page_answer
+ * before this returns (unless it closed: see moxh5_page_closed) and the token
+ * is released. A result refused with MOXH5_ERROR_JSON leaves the token with
+ * the host; a token completed before, withdrawn, of a destroyed host, or
+ * unknown gives MOXH5_ERROR_STATE (and one log line) and answers nothing. */
 MOXH5_API int MOXH5_CALL moxh5_complete(moxh5_token* token, const char* result_json);
 
 /* The page closed or reloaded (`workerid` is ignored for render pages and may
  * be null). Work it started that is still with the host answers no page: a
  * token of it may still be completed (MOXH5_OK), its answer is dropped and
- * logged. Any thread. */
+ * logged. Answers to the page already under way on other threads end before
+ * this returns, so none reaches the page that replaces it. Costs in
+ * proportion to the page's own pending work. Any thread, but not from a
+ * page_answer callback for another page. */
 MOXH5_API int MOXH5_CALL moxh5_page_closed(moxh5_host* host, int is_worker, int webindex,
                                            const char* workerid);
 
@@ -202,8 +230,14 @@ MOXH5_API int MOXH5_CALL moxh5_page_closed(moxh5_host* host, int is_worker, int 
  *   {"unrestricted": bool, "shellSchemes": [string...], "fileRoots": [string...]}
  * Absent members keep their defaults (false; "http", "https"; none). Another
  * member or type gives MOXH5_ERROR_JSON and changes nothing. The table's
- * method_allowed stays in force. A start-up call, like moxh5_create. */
+ * method_allowed stays in force. A start-up call: after the first
+ * moxh5_execute or moxh5_exist it gives MOXH5_ERROR_STATE. */
 MOXH5_API int MOXH5_CALL moxh5_set_page_policy(moxh5_host* host, const char* policy_json);
+
+/* What the last failed call of this thread found wrong ("moxh5_execute:
+ * request_json: member \"webindex\" must be a 32-bit integer or null"); ""
+ * after a call that succeeded. Valid until the thread's next call. */
+MOXH5_API const char* MOXH5_CALL moxh5_last_error(void);
 
 /* Releases a buffer the library handed out; null is allowed. */
 MOXH5_API void MOXH5_CALL moxh5_free(void* buffer);

@@ -5,7 +5,8 @@
 // answer in the envelope
 //     {"success": <bool>, "message": "success"|"failed", "data": null, ...}
 // ("success" always set; "message" and "data" only when the answer lacks them;
-// every other member passed through) and hands the JSON text to the host's
+// every other member passed through) and hands it as compact JSON text (no
+// spaces or line breaks) to the host's
 // RenderJsCallback (render pages, keyed by callId) or WorkerJsCallback (worker
 // pages, keyed by callbackid).
 //
@@ -15,21 +16,25 @@
 // ignore this flag), when the callback id is empty, and when the answer is
 // neither an object nor null.
 //
-// Each piece of host work answers its page at most once. The library records
-// the work it hands to the host (by page and callback id: isWorker, webindex,
-// workerid, callbackid; render pages have no workerid): the first answer is
-// delivered, a second one is dropped, and after MoxModuleManager::PageClosed
-// the answers of the closed page's outstanding work are dropped too (each drop
-// logged at priority 400, "[MoxH5] Dropped ..."). An answer for a callback id
-// that was never handed over with host work (a host answering on its own) is
-// delivered as always, and so is the answer to a new call under an id used
-// before (a reloaded page counts its ids from the start). The record is
-// bounded (4096 outstanding pieces of work and 4096 answered or closed keys,
-// the oldest forgotten first; ids over 256 bytes are not tracked). Limit:
-// through this function pointer, a late answer of a closed page's work cannot
-// be told apart from an answer for new work of the reloaded page under the
-// same callback id; the first of them is delivered. The C interface's tokens
-// tell them apart.
+// Each piece of host work answers its page exactly once. The library records
+// the work it hands to the host, with its page, under a ticket that is never
+// reused (MoxPageIdentity::ticket):
+//   - AnswerPage(page, ...) with the identity the host was handed answers that
+//     very work: a second answer, or one for work of a page that closed or
+//     reloaded since (MoxModuleManager::PageClosed), is dropped.
+//   - The bare function pointer (`done`, i.e. callBackToWebPage) answers the
+//     oldest outstanding work of that page under that callback id. An answer
+//     for a closed page's work is dropped, and so is a repeat of an answer
+//     given lately (the last 4096 answers are remembered). Risk left to a
+//     host that answers through the pointer: once a reloaded page has made a
+//     call under the same callback id, a late answer of its predecessor's
+//     work under that id reaches the reloaded page. Hosts that keep the
+//     MoxPageIdentity and call AnswerPage never take that risk.
+//   - Any other answer (the unified answer right after a call, a host
+//     answering on its own) is delivered as it is.
+// Every drop is logged at priority 400 ("[MoxH5] Dropped ..."). Work is
+// bounded per page; beyond the bound the call fails at once ("Too many
+// pending calls.").
 //
 // No exception leaves these functions: one thrown inside (by the host's
 // RenderJsCallback, say, or a failed allocation) is logged at priority 300
@@ -63,6 +68,9 @@ struct MoxPageIdentity {
     std::string mallcsid;
     std::string callbackid;
     std::string workerid;
+    // The work this identity was handed with (0: none): AnswerPage answers
+    // exactly that work.
+    uint64_t ticket = 0;
 };
 
 MOXH5_API MoxPageIdentity PageIdentityOf(const mox_h5_module_data& request);
@@ -74,7 +82,9 @@ MOXH5_API bool callBackToWebPage(bool isWorker, bool success, int webindex,
                                  const std::string& mallcsid, const std::string& callbackid,
                                  const std::string& workerid, const Json::Value& answer) noexcept;
 
-// callBackToWebPage for a saved page identity.
+// Answers the work `page` was handed with (see above); an identity with no
+// ticket answers as callBackToWebPage does. Returns true when the answer was
+// passed on.
 MOXH5_API bool AnswerPage(const MoxPageIdentity& page, bool success,
                           const Json::Value& answer) noexcept;
 
