@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <atomic>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -18,8 +19,11 @@ namespace {
 
 struct Recorded {
     std::vector<std::string> ops, args, pages, reports, asked;
-    std::vector<moxh5_token*> tokens;
+    std::vector<moxh5_token*> tokens, offered;
     bool accept = true;
+    bool silent = false;  // refuse by replying nothing
+    std::atomic<bool> gone{false};  // the host was destroyed
+    std::atomic<int> answersAfterGone{0};
 };
 
 void MOXH5_CALL Operation(void* user, const char* op, const char* args, moxh5_token* token,
@@ -27,15 +31,16 @@ void MOXH5_CALL Operation(void* user, const char* op, const char* args, moxh5_to
     auto* r = static_cast<Recorded*>(user);
     r->ops.push_back(op);
     r->args.push_back(args);
+    if (token) r->offered.push_back(token);
     if (token && r->accept) r->tokens.push_back(token);
-    if (!r->accept) moxh5_reply(reply, "false");
-    if (r->accept) moxh5_reply(reply, "true");
+    if (!r->silent) moxh5_reply(reply, r->accept ? "true" : "false");
 }
 
 void MOXH5_CALL PageAnswer(void* user, int isWorker, const char*, int, const char* id,
                            const char* data) {
-    static_cast<Recorded*>(user)->pages.push_back((isWorker ? "worker " : "render ") +
-                                                  std::string(id) + " " + data);
+    auto* r = static_cast<Recorded*>(user);
+    if (r->gone) ++r->answersAfterGone;
+    r->pages.push_back((isWorker ? "worker " : "render ") + std::string(id) + " " + data);
 }
 
 void MOXH5_CALL Report(void* user, const char* json) {
@@ -97,6 +102,8 @@ TEST_F(CInterface, RefusesBadArgumentsAndTexts) {
     moxh5_host* second = nullptr;
     moxh5_host_table tiny = table;
     tiny.size = offsetof(moxh5_host_table, operation);
+    moxh5_host_table torn = table;  // a size that ends inside a member
+    torn.size = offsetof(moxh5_host_table, method_allowed) + 2;
     unsigned outcome = 0;
     char* answer = nullptr;
     int exists = 0;
@@ -106,6 +113,7 @@ TEST_F(CInterface, RefusesBadArgumentsAndTexts) {
     } cases[] = {
         {"second host", moxh5_create(&table, &second), MOXH5_ERROR_STATE},
         {"table too small", moxh5_create(&tiny, &second), MOXH5_ERROR_ARGUMENT},
+        {"table torn", moxh5_create(&torn, &second), MOXH5_ERROR_ARGUMENT},
         {"null table", moxh5_create(nullptr, &second), MOXH5_ERROR_ARGUMENT},
         {"not JSON", Execute("JSCallBasic", "{"), MOXH5_ERROR_JSON},
         {"trailing text", Execute("JSCallBasic", "{} {}"), MOXH5_ERROR_JSON},
@@ -121,13 +129,24 @@ TEST_F(CInterface, RefusesBadArgumentsAndTexts) {
         {"payload 129 deep", Execute("JSCallBasic", Nested(129)), MOXH5_ERROR_JSON},
         {"exist, bad text", moxh5_exist(host, "nope", &exists), MOXH5_ERROR_JSON},
         {"page, bad answer", moxh5_answer_page(host, "{}", 1, "{"), MOXH5_ERROR_JSON},
+        {"page, array answer", moxh5_answer_page(host, R"({"callbackid":"a"})", 1, "[1]"),
+         MOXH5_ERROR_JSON},
+        {"null host", moxh5_page_closed(nullptr, 0, 0, nullptr), MOXH5_ERROR_ARGUMENT},
         {"reply outside a callback", moxh5_reply(nullptr, "true"), MOXH5_ERROR_ARGUMENT},
         {"unknown token", moxh5_complete(reinterpret_cast<moxh5_token*>(&exists), "{}"),
          MOXH5_ERROR_STATE},
     };
     for (const Case& c : cases) EXPECT_EQ(c.got, c.want) << c.name;
     EXPECT_EQ(answer, nullptr);
+    EXPECT_TRUE(recorded.pages.empty());
     EXPECT_EQ(moxh5_abi_version(), unsigned{MOXH5_C_ABI_VERSION});
+    // Every refusal says what was wrong.
+    EXPECT_EQ(Execute("JSCallBasic", R"({"webindex":"1"})"), MOXH5_ERROR_JSON);
+    EXPECT_STREQ(moxh5_last_error(),
+                 "moxh5_execute: request_json: member \"webindex\" must be a 32-bit integer or "
+                 "null");
+    EXPECT_EQ(Execute("JSCallBasic", "{}"), MOXH5_OK);
+    EXPECT_STREQ(moxh5_last_error(), "");
 }
 
 TEST_F(CInterface, OperationsGetTheirArgumentsAsJsonAndPagesTheirEnvelopes) {
@@ -160,6 +179,8 @@ TEST_F(CInterface, AcceptedWorkIsCompletedOnceWithItsToken) {
     moxh5_token* token = recorded.tokens[0];
     // A result of the wrong shape leaves the token with the host.
     EXPECT_EQ(moxh5_complete(token, R"({"success":"yes"})"), MOXH5_ERROR_JSON);
+    EXPECT_EQ(moxh5_complete(token, R"({"answer":[1]})"), MOXH5_ERROR_JSON);
+    EXPECT_TRUE(recorded.pages.empty());
     // Completed from another thread, as a host's worker would.
     int status = MOXH5_ERROR_INTERNAL;
     std::thread([&] {
@@ -232,6 +253,71 @@ TEST_F(CInterface, PagePolicyAndMethodFilter) {
     run("windowsDownLoad", R"({"url":"https://dl.example/a"})");
     EXPECT_EQ(g_shellTargets, std::vector<std::string>{"https://dl.example/a"});
     MoxH5SetShellOpenHook(nullptr);
+}
+
+// Test that later work the host refuses, by answering false or nothing, is
+// answered at once as failed, and that its token is dead.
+TEST_F(CInterface, RefusedLaterWorkIsAnsweredAtOnce) {
+    const std::string kSelect =
+        R"({"callbackid":"sel-1","payload":{"method":"selectFile","params":{}}})";
+    const struct {
+        const char* module;
+        std::string request;
+    } kWork[] = {{"JSCallNative", kTip}, {"JSNetwork", kPost}, {"JSCallNative", kSelect}};
+    for (const bool silent : {false, true}) {
+        for (const auto& w : kWork) {
+            recorded.pages.clear();
+            recorded.offered.clear();
+            recorded.accept = false;
+            recorded.silent = silent;
+            ASSERT_EQ(Execute(w.module, w.request), MOXH5_OK);
+            ASSERT_EQ(recorded.pages.size(), 1u) << w.request << silent;
+            EXPECT_NE(recorded.pages[0].find(R"("success":false)"), std::string::npos);
+            ASSERT_EQ(recorded.offered.size(), 1u);
+            EXPECT_EQ(moxh5_complete(recorded.offered[0], nullptr), MOXH5_ERROR_STATE);
+            EXPECT_EQ(recorded.pages.size(), 1u);
+        }
+    }
+}
+
+// Test that a token can only ever complete its own work: not twice, not after
+// its host was destroyed, and never a later host's page.
+TEST_F(CInterface, TokensOfADestroyedHostAnswerNothing) {
+    ASSERT_EQ(Execute("JSCallNative", kTip), MOXH5_OK);
+    ASSERT_EQ(recorded.tokens.size(), 1u);
+    moxh5_token* old = recorded.tokens[0];
+    ASSERT_EQ(moxh5_destroy(host), MOXH5_OK);
+    ASSERT_EQ(moxh5_create(&table, &host), MOXH5_OK);
+    ASSERT_EQ(Execute("JSCallNative", kTip), MOXH5_OK);  // the same page and id again
+    ASSERT_EQ(recorded.tokens.size(), 2u);
+    EXPECT_EQ(moxh5_complete(old, R"({"answer":{"data":"old"}})"), MOXH5_ERROR_STATE);
+    EXPECT_TRUE(recorded.pages.empty());
+    EXPECT_EQ(moxh5_complete(recorded.tokens[1], R"({"answer":{"data":"new"}})"), MOXH5_OK);
+    ASSERT_EQ(recorded.pages.size(), 1u);
+    EXPECT_NE(recorded.pages[0].find("new"), std::string::npos);
+}
+
+// Test that destroying the host while another thread completes its tokens
+// touches nothing freed, and that no page answer follows the destroy.
+TEST_F(CInterface, DestroyWhileTokensCompleteIsSafe) {
+    for (int i = 0; i < 300; ++i) ASSERT_EQ(Execute("JSCallNative", kTip), MOXH5_OK);
+    ASSERT_EQ(recorded.tokens.size(), 300u);
+    recorded.pages.clear();
+    std::atomic<int> expected{0};
+    std::thread completer([&] {
+        for (moxh5_token* token : recorded.tokens) {
+            const int status = moxh5_complete(token, nullptr);
+            expected += status == MOXH5_OK || status == MOXH5_ERROR_STATE;
+        }
+    });
+    std::this_thread::yield();
+    ASSERT_EQ(moxh5_destroy(host), MOXH5_OK);
+    recorded.gone = true;
+    completer.join();
+    EXPECT_EQ(expected, 300);
+    EXPECT_EQ(recorded.answersAfterGone, 0);
+    EXPECT_EQ(moxh5_execute(host, "JSCallBasic", "{}", nullptr, nullptr), MOXH5_ERROR_ARGUMENT);
+    ASSERT_EQ(moxh5_create(&table, &host), MOXH5_OK);
 }
 
 // An older host's table, without log and report, still works, and a host

@@ -398,3 +398,47 @@ TEST(HostilePage, LateAnswersReachOnlyOpenPagesOnce) {
 
 }  // namespace
 }  // namespace moxh5::test
+
+namespace moxh5::test {
+namespace {
+
+// Test that a reloaded page reusing its predecessor's callback ids hears only
+// its own answers: tips and work answered through the identity they were
+// handed are told apart by their tickets, and a bare late answer of the
+// closed page is dropped while the new page has no work under that id.
+TEST(HostilePage, AReloadedPageNeverHearsItsPredecessor) {
+    RecordingHost host;
+    ScopedActionInterface installed(&host);
+    const auto start = [&](const char* method, const char* id) {
+        mox_h5_module_data call = MakeCall(method, ParseJson("{}"), true, id);
+        call.workerid = "w-r";
+        Json::Value answer;
+        RunCall("JSCallNative", call, answer);
+        return host.TakePending().at(0);
+    };
+    const auto answers = [&] { return host.CallsOf("WorkerJsCallback"); };
+    const Json::Value old = ParseJson(R"({"data":"old"})");
+    const Json::Value fresh = ParseJson(R"({"data":"new"})");
+
+    PendingPageWork oldTip = start("showCommonTip", "1");
+    PendingPageWork oldFile = start("selectFile", "2");
+    PendingPageWork oldBare = start("selectFile", "3");
+    ReadySingleton().PageClosed(true, 7, "w-r");
+    PendingPageWork newTip = start("showCommonTip", "1");
+    PendingPageWork newFile = start("selectFile", "2");
+
+    EXPECT_FALSE(oldTip.tipDone(true, old));
+    EXPECT_FALSE(AnswerPage(oldFile.page, true, old));
+    oldBare.done(true, true, 7, oldBare.page.mallcsid, "3", "w-r", old);
+    EXPECT_TRUE(answers().empty());
+    EXPECT_TRUE(newTip.tipDone(true, fresh));
+    EXPECT_TRUE(AnswerPage(newFile.page, true, fresh));
+    EXPECT_FALSE(AnswerPage(newFile.page, true, fresh));
+    ASSERT_EQ(answers().size(), 2u);
+    for (const HostCall& call : answers()) {
+        EXPECT_NE(call.args["data"].asString().find("new"), std::string::npos);
+    }
+}
+
+}  // namespace
+}  // namespace moxh5::test
