@@ -26,12 +26,13 @@
  *   moxh5_create(&table, &host);
  *   then, for every script call of a page:
  *   moxh5_execute(host, "JSCallNative", request_json, &outcome, &answer);
- *   moxh5_answer_page(host, request_json, outcome & MOXH5_HANDLED, answer);
+ *   if (outcome & MOXH5_REGISTERED)
+ *       moxh5_answer_page(host, request_json, outcome & MOXH5_HANDLED, answer);
  *   moxh5_free(answer);
- * moxh5_answer_page is called after every moxh5_execute that returned
- * MOXH5_OK, whatever the outcome: it is what answers the page now (an
- * unregistered module's "{}" answers the page "failed"), and it stays silent
- * when the answer comes later.
+ * The rule: moxh5_answer_page follows every moxh5_execute that returned
+ * MOXH5_OK with MOXH5_REGISTERED set. It is what answers the page now, and it
+ * stays silent when the answer comes later. For a module that is not
+ * registered the host tells the page itself (docs/page-binding.md).
  *
  * Threads: moxh5_execute, moxh5_exist, moxh5_answer_page, moxh5_complete and
  * moxh5_page_closed may run on any threads at once, also while another thread
