@@ -6,6 +6,7 @@
 
 #include "core/detail/json_text.h"
 #include "core/detail/pending_work.h"
+#include "core/detail/serving_page.h"
 #include "moxh5/platform.h"
 
 namespace moxh5::detail {
@@ -13,60 +14,140 @@ namespace {
 
 // An operation's arguments are written as JSON text straight from the C++
 // values, without building a JSON value first: this is most of the cost of an
-// operation call.
-void Put(std::string& out, bool value) { out += value ? "true" : "false"; }
-template <typename Integer,
-          std::enable_if_t<std::is_integral_v<Integer> && !std::is_same_v<Integer, bool>, int> = 0>
-void Put(std::string& out, Integer value) {
-    char digits[24];
-    out.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
-}
-void Put(std::string& out, const std::string& value) { AppendJsonString(value, out); }
-void Put(std::string& out, const Json::Value& value) { AppendJson(value, out); }
-void Put(std::string& out, const ArgsText& value) { out += value.text; }
-// A C string would pass as bool: Text() says what a null pointer means.
-void Put(std::string& out, const char* value) = delete;
+// operation call. Each argument type of the catalogue takes exactly the C++
+// types listed here, so a catalogue entry whose type disagrees with the
+// interface's parameter does not compile.
+namespace arg {
+struct String {};
+struct Integer {};
+struct Boolean {};
+struct Json {};
+struct Strings {};
+struct StringOrNull {};
+struct Request {};
+struct Page {};
+struct EasyWindow {};
+}  // namespace arg
 
-inline void AddArgs(std::string&) {}
-template <typename Value, typename... Rest>
-void AddArgs(std::string& out, const char* name, const Value& value, const Rest&... rest) {
-    if (out.size() > 1) out += ',';
-    AppendJsonString(name, out);
-    out += ':';
-    Put(out, value);
-    AddArgs(out, rest...);
-}
+class ArgsWriter {
+public:
+    ArgsWriter() {
+        m_args.text.reserve(256);
+        m_args.text = "{";
+    }
+    ArgsText Close() {
+        m_args.text += '}';
+        return std::move(m_args);
+    }
 
-// An argument object from name/value pairs.
-template <typename... Pairs>
-ArgsText Args(const Pairs&... pairs) {
-    ArgsText args;
-    args.text.reserve(256);
-    args.text = "{";
-    AddArgs(args.text, pairs...);
-    args.text += '}';
-    return args;
-}
+    template <typename Text, std::enable_if_t<std::is_same_v<Text, std::string> ||
+                                                  std::is_same_v<Text, std::string_view>,
+                                              int> = 0>
+    void Put(const char* name, arg::String, const Text& value) {
+        Name(name);
+        AppendJsonString(value, m_args.text);
+    }
+    template <typename Integer, std::enable_if_t<std::is_integral_v<Integer> &&
+                                                     !std::is_same_v<Integer, bool>,
+                                                 int> = 0>
+    void Put(const char* name, arg::Integer, Integer value) {
+        Name(name);
+        char digits[24];
+        m_args.text.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
+    }
+    template <typename Bool, std::enable_if_t<std::is_same_v<Bool, bool>, int> = 0>
+    void Put(const char* name, arg::Boolean, Bool value) {
+        Name(name);
+        m_args.text += value ? "true" : "false";
+    }
+    void Put(const char* name, arg::Json, const Json::Value& value) {
+        Name(name);
+        AppendJson(value, m_args.text);
+    }
+    void Put(const char* name, arg::Strings, const std::vector<std::string>& values) {
+        Name(name);
+        m_args.text += '[';
+        for (size_t i = 0; i < values.size(); ++i) {
+            if (i) m_args.text += ',';
+            AppendJsonString(values[i], m_args.text);
+        }
+        m_args.text += ']';
+    }
+    void Put(const char* name, arg::StringOrNull, const char* value) {
+        Name(name);
+        if (value) {
+            AppendJsonString(value, m_args.text);
+        } else {
+            m_args.text += "null";
+        }
+    }
+    void Put(const char* name, arg::Request, const mox_h5_module_data* request) {
+        Name(name);
+        if (!request) {
+            m_args.text += "null";
+            return;
+        }
+        ArgsWriter out;
+        out.Put("mallcsid", arg::String(), request->mallcsid);
+        out.Put("payload", arg::Json(), request->payload);
+        out.Put("isWorker", arg::Boolean(), request->isWorker);
+        out.Put("webindex", arg::Integer(), request->webindex);
+        out.Put("callbackid", arg::String(), request->callbackid);
+        out.Put("workerid", arg::StringOrNull(), request->workerid);
+        m_args.text += out.Close().text;
+    }
+    void Put(const char* name, arg::Page, const MoxPageIdentity& page) {
+        Name(name);
+        m_args.text += PageText(page).text;
+    }
+    void Put(const char* name, arg::EasyWindow, const EasyWndParam& param) {
+        Name(name);
+        ArgsWriter frequency, left, right, out;
+        frequency.Put("interval", arg::Integer(), param.frequency.interval);
+        frequency.Put("dimensions", arg::String(), param.frequency.dimensions);
+        left.Put("text", arg::String(), param.left.text);
+        left.Put("action", arg::String(), param.left.action);
+        right.Put("text", arg::String(), param.right.text);
+        right.Put("action", arg::String(), param.right.action);
+        out.Put("title", arg::String(), param.title);
+        out.Put("content", arg::String(), param.content);
+        out.Put("scene", arg::String(), param.scene);
+        out.Put("frequency", arg::Json(), frequency.Close());
+        out.Put("left", arg::Json(), left.Close());
+        out.Put("right", arg::Json(), right.Close());
+        m_args.text += out.Close().text;
+    }
+    // An object written before.
+    void Put(const char* name, arg::Json, const ArgsText& object) {
+        Name(name);
+        m_args.text += object.text;
+    }
 
-// A C string as JSON (null for a null pointer).
-Json::Value Text(const char* text) { return text ? Json::Value(text) : Json::Value(); }
+    static ArgsText PageText(const MoxPageIdentity& page) {
+        ArgsWriter out;
+        out.Put("isWorker", arg::Boolean(), page.isWorker);
+        out.Put("webindex", arg::Integer(), page.webindex);
+        out.Put("mallcsid", arg::String(), page.mallcsid);
+        out.Put("callbackid", arg::String(), page.callbackid);
+        out.Put("workerid", arg::String(), page.workerid);
+        return out.Close();
+    }
 
-Json::Value Strings(const std::vector<std::string>& items) {
-    Json::Value list(Json::arrayValue);
-    for (const std::string& item : items) list.append(item);
-    return list;
-}
+private:
+    void Name(const char* name) {
+        if (m_args.text.size() > 1) m_args.text += ',';
+        AppendJsonString(name, m_args.text);
+        m_args.text += ':';
+    }
 
-ArgsText DescribePage(const MoxPageIdentity& page) {
-    return Args("isWorker", page.isWorker, "webindex", page.webindex, "mallcsid", page.mallcsid,
-                "callbackid", page.callbackid, "workerid", page.workerid);
-}
+    ArgsText m_args;
+};
 
-ArgsText DescribeRequest(const mox_h5_module_data* request) {
-    if (!request) return ArgsText{"null"};
-    return Args("mallcsid", request->mallcsid, "payload", request->payload, "isWorker",
-                request->isWorker, "webindex", request->webindex, "callbackid", request->callbackid,
-                "workerid", Text(request->workerid));
+// The page this thread serves, as page_json ("null": none).
+std::string ServedPageText() {
+    MoxPageIdentity page;
+    if (!ServedPage(page)) return "null";
+    return ArgsWriter::PageText(page).text;
 }
 
 }  // namespace
@@ -75,10 +156,12 @@ MoxMethodFilter MethodFilterOf(const moxh5_host_table& table) {
     if (!table.method_allowed) return MoxMethodFilter();
     return [allowed = table.method_allowed, user = table.user](
                const MoxCallingPage& page, std::string_view module, std::string_view method) {
-        const ArgsText pageText =
-            Args("isWorker", page.isWorker, "webindex", page.webindex, "mallcsid",
-                 std::string(page.mallcsid), "workerid", std::string(page.workerid));
-        return allowed(user, pageText.text.c_str(), std::string(module).c_str(),
+        ArgsWriter pageText;
+        pageText.Put("isWorker", arg::Boolean(), page.isWorker);
+        pageText.Put("webindex", arg::Integer(), page.webindex);
+        pageText.Put("mallcsid", arg::String(), page.mallcsid);
+        pageText.Put("workerid", arg::String(), page.workerid);
+        return allowed(user, pageText.Close().text.c_str(), std::string(module).c_str(),
                        std::string(method).c_str()) != 0;
     };
 }
@@ -101,22 +184,48 @@ bool CHostAdapter::Switch(const std::string& key, const std::string& mallcsid,
 
 moxh5_reply_slot CHostAdapter::Ask(const char* op, const ArgsText& args, moxh5_token* token) {
     moxh5_reply_slot reply;
-    if (m_table.operation) {
+    if (m_table.page_operation) {
+        const std::string page = ServedPageText();
+        m_table.page_operation(m_table.user, op, page.c_str(), args.text.c_str(), token, &reply);
+    } else if (m_table.operation) {
         m_table.operation(m_table.user, op, args.text.c_str(), token, &reply);
     }
     return reply;
 }
 
-bool CHostAdapter::Accepted(const char* op, const ArgsText& args) {
+bool CHostAdapter::ReplyAccepted(const char* op, const ArgsText& args) {
     const Json::Value reply = Ask(op, args).value;
     return reply.isBool() && reply.asBool();
 }
 
-bool CHostAdapter::AcceptedLater(const char* op, const ArgsText& args) {
+bool CHostAdapter::ReplyLater(const char* op, const ArgsText& args) {
     const uint64_t ticket = WorkBeingHandedOver();
-    if (!ticket || !m_table.operation || !HoldWork(ticket, m_host)) return false;
+    if (!ticket || !HasOperation() || !HoldWork(ticket, m_host)) return false;
     const Json::Value reply = Ask(op, args, TokenOf(ticket)).value;
     return reply.isBool() && reply.asBool();
+}
+
+void CHostAdapter::ReplyWindow(const char* op, const ArgsText& args) {
+    // The window always answers later: the token stays with the host; with no
+    // host to take it, the page hears at once that there is no window.
+    const uint64_t ticket = WorkBeingHandedOver();
+    if (!HasOperation() || !HoldWork(ticket, m_host)) {
+        AnswerWork(ticket, false, Json::Value());
+        return;
+    }
+    Ask(op, args, TokenOf(ticket));
+}
+
+bool CHostAdapter::ReplyVersion(const char* op, const ArgsText& args, Json::Value& result) {
+    moxh5_reply_slot reply = Ask(op, args);
+    if (!reply.given || (reply.value.isBool() && !reply.value.asBool())) return false;
+    result = std::move(reply.value);
+    return true;
+}
+
+std::string CHostAdapter::ReplyText(const char* op, const ArgsText& args) {
+    const Json::Value reply = Ask(op, args).value;
+    return reply.isString() ? reply.asString() : std::string();
 }
 
 std::string CHostAdapter::UserValue(const char* name, const std::string& mallcsid) {
@@ -127,293 +236,48 @@ std::string CHostAdapter::UserValue(const char* name, const std::string& mallcsi
 
 void CHostAdapter::AnswerPage(int isWorker, const std::string& mallcsid, int webindex,
                               const std::string& callbackId, const std::string& data) {
-    if (!m_table.page_answer) return;
-    m_table.page_answer(m_table.user, isWorker, mallcsid.c_str(), webindex, callbackId.c_str(),
-                        data.c_str());
+    if (m_table.page_answer_to) {
+        const std::string page = ServedPageText();
+        m_table.page_answer_to(m_table.user, page.c_str(), data.c_str());
+    } else if (m_table.page_answer) {
+        m_table.page_answer(m_table.user, isWorker, mallcsid.c_str(), webindex,
+                            callbackId.c_str(), data.c_str());
+    }
 }
 
-bool CHostAdapter::GetPluginVersion(const std::string& pluginId, Json::Value& result) {
-    moxh5_reply_slot reply = Ask("GetPluginVersion", Args("pluginId", pluginId));
-    if (!reply.given || (reply.value.isBool() && !reply.value.asBool())) return false;
-    result = std::move(reply.value);
-    return true;
-}
-
-bool CHostAdapter::RequestFromRenderPage(const mox_h5_module_data* request,
-                                         const Json::Value& payload, int webindex,
-                                         const std::string& callbackid) {
-    return Accepted("RequestFromRenderPage",
-                    Args("request", DescribeRequest(request), "payload", payload, "webindex",
-                         webindex, "callbackid", callbackid));
-}
-
-bool CHostAdapter::SendSocketMessage(const mox_h5_module_data* request, const std::string& uid,
-                                     const Json::Value& params) {
-    return Accepted("SendSocketMessage",
-                    Args("request", DescribeRequest(request), "uid", uid, "params", params));
-}
-
-bool CHostAdapter::OpenWaitHandleOrder(const std::string& paramsJson) {
-    return Accepted("OpenWaitHandleOrder", Args("paramsJson", paramsJson));
-}
-
-bool CHostAdapter::OpenGoodsManage(const std::string& paramsJson) {
-    return Accepted("OpenGoodsManage", Args("paramsJson", paramsJson));
-}
-
-bool CHostAdapter::PageChange(const std::string& page, const std::string& paramsJson) {
-    return Accepted("PageChange", Args("page", page, "paramsJson", paramsJson));
-}
-
-bool CHostAdapter::SessionExpired(const mox_h5_module_data* request) {
-    return Accepted("SessionExpired", Args("request", DescribeRequest(request)));
-}
-
-bool CHostAdapter::SetAllPasteboard(int webindex) {
-    return Accepted("SetAllPasteboard", Args("webindex", webindex));
-}
-
-bool CHostAdapter::SendSocketCommand(const mox_h5_module_data* request, const Json::Value& payload,
-                                     int64_t requestId) {
-    return Accepted("SendSocketCommand", Args("request", DescribeRequest(request), "payload",
-                                              payload, "requestId", Json::Int64(requestId)));
-}
-
-bool CHostAdapter::LocateMessage(const mox_h5_module_data* request, const Json::Value& params) {
-    return Accepted("LocateMessage", Args("request", DescribeRequest(request), "params", params));
-}
-
-bool CHostAdapter::ViewPicture(const mox_h5_module_data* request, const std::string& url,
-                               const std::string& uid, const std::string& msgId) {
-    return Accepted("ViewPicture", Args("request", DescribeRequest(request), "url", url, "uid", uid,
-                                        "msgId", msgId));
-}
-
-bool CHostAdapter::StorePicture(const std::string& url, const char* workerid) {
-    return Accepted("StorePicture", Args("url", url, "workerid", Text(workerid)));
-}
-
-bool CHostAdapter::ViewPictureList(const mox_h5_module_data* request, int startIndex,
-                                   const std::vector<std::string>& urls) {
-    return Accepted("ViewPictureList", Args("request", DescribeRequest(request), "startIndex",
-                                            startIndex, "urls", Strings(urls)));
-}
-
-bool CHostAdapter::BatchDownloadPictures(const mox_h5_module_data* request, const std::string& url,
-                                         const std::string& uid, const std::string& msgId) {
-    return Accepted("BatchDownloadPictures", Args("request", DescribeRequest(request), "url", url,
-                                                  "uid", uid, "msgId", msgId));
-}
-
-bool CHostAdapter::UpdateQuickReply(const mox_h5_module_data* request) {
-    return Accepted("UpdateQuickReply", Args("request", DescribeRequest(request)));
-}
-
-bool CHostAdapter::ExportQuickReply(const mox_h5_module_data* request, const char* workerid) {
-    return Accepted("ExportQuickReply",
-                    Args("request", DescribeRequest(request), "workerid", Text(workerid)));
-}
-
-bool CHostAdapter::ImportQuickReply(const mox_h5_module_data* request) {
-    return Accepted("ImportQuickReply", Args("request", DescribeRequest(request)));
-}
-
-bool CHostAdapter::DownQuickReplyModule(const char* workerid) {
-    return Accepted("DownQuickReplyModule", Args("workerid", Text(workerid)));
-}
-
-bool CHostAdapter::BusinessReport(const mox_h5_module_data* request) {
-    return Accepted("BusinessReport", Args("request", DescribeRequest(request)));
-}
-
-bool CHostAdapter::SendVideoShow() { return Accepted("SendVideoShow", Args()); }
-
-bool CHostAdapter::SendAddressMsg(const mox_h5_module_data* request, const Json::Value& params) {
-    return Accepted("SendAddressMsg", Args("request", DescribeRequest(request), "params", params));
-}
-
-bool CHostAdapter::SendFaseReply(const mox_h5_module_data* request, std::string reply) {
-    return Accepted("SendFaseReply", Args("request", DescribeRequest(request), "reply", reply));
-}
-
-bool CHostAdapter::SendRichContent(const mox_h5_module_data* request, const Json::Value& params) {
-    return Accepted("SendRichContent", Args("request", DescribeRequest(request), "params", params));
-}
-
-bool CHostAdapter::GetMallInfo(const mox_h5_module_data* request, int webindex, int callId) {
-    return Accepted("GetMallInfo", Args("request", DescribeRequest(request), "webindex", webindex,
-                                        "callId", callId));
-}
-
-bool CHostAdapter::GetTesselActions(const mox_h5_module_data* request, int webindex, int callId) {
-    return Accepted("GetTesselActions", Args("request", DescribeRequest(request), "webindex",
-                                             webindex, "callId", callId));
-}
-
-bool CHostAdapter::GetCurrentCustomerInfo(const mox_h5_module_data* request, int webindex,
-                                          int callId) {
-    return Accepted("GetCurrentCustomerInfo", Args("request", DescribeRequest(request), "webindex",
-                                                   webindex, "callId", callId));
-}
-
-bool CHostAdapter::OpenWindow(const Json::Value& params, const mox_h5_module_data* request) {
-    return Accepted("OpenWindow", Args("params", params, "request", DescribeRequest(request)));
-}
-
-bool CHostAdapter::WorkerOnLoad(const mox_h5_module_data* request, std::string pageName,
-                                uint32_t reserved) {
-    return Accepted("WorkerOnLoad", Args("request", DescribeRequest(request), "pageName", pageName,
-                                         "reserved", reserved));
-}
-
-bool CHostAdapter::UpdateMsg(const Json::Value& payload, const mox_h5_module_data* request) {
-    return Accepted("UpdateMsg", Args("payload", payload, "request", DescribeRequest(request)));
-}
-
-bool CHostAdapter::LogisticOrderSelect(const Json::Value& payload,
-                                       const mox_h5_module_data* request, int webindex,
-                                       int callId) {
-    return Accepted("LogisticOrderSelect",
-                    Args("payload", payload, "request", DescribeRequest(request), "webindex",
-                         webindex, "callId", callId));
-}
-
-bool CHostAdapter::AddUserToBlackList(const mox_h5_module_data* request, const std::string& uid) {
-    return Accepted("AddUserToBlackList", Args("request", DescribeRequest(request), "uid", uid));
-}
-
-bool CHostAdapter::ShowHelpLinkDlg(const mox_h5_module_data* request, const std::string& from,
-                                   const std::string& orderSequenceNo) {
-    return Accepted("ShowHelpLinkDlg", Args("request", DescribeRequest(request), "from", from,
-                                            "orderSequenceNo", orderSequenceNo));
-}
-
-bool CHostAdapter::ShowHelpBuyModal(const mox_h5_module_data* request,
-                                    const Json::Value& goodsInfo) {
-    return Accepted("ShowHelpBuyModal",
-                    Args("request", DescribeRequest(request), "goodsInfo", goodsInfo));
-}
-
-bool CHostAdapter::OpenLittleMoney(const mox_h5_module_data* request, const std::string& operation,
-                                   const Json::Value& orderGoodsList) {
-    return Accepted("OpenLittleMoney", Args("request", DescribeRequest(request), "operation",
-                                            operation, "orderGoodsList", orderGoodsList));
-}
-
-bool CHostAdapter::OpenClientLink(const mox_h5_module_data* request, const std::string& link,
-                                  int targetUrlType, const std::string& msgId) {
-    return Accepted("OpenClientLink", Args("request", DescribeRequest(request), "link", link,
-                                           "targetUrlType", targetUrlType, "msgId", msgId));
-}
-
-bool CHostAdapter::ShareGoodsUrl(const mox_h5_module_data* request, const std::string& goodsUrl) {
-    return Accepted("ShareGoodsUrl",
-                    Args("request", DescribeRequest(request), "goodsUrl", goodsUrl));
-}
-
-bool CHostAdapter::DownloadFile(const mox_h5_module_data* request, const std::string& downloadUrl,
-                                const std::string& fileName) {
-    return Accepted("DownloadFile", Args("request", DescribeRequest(request), "downloadUrl",
-                                         downloadUrl, "fileName", fileName));
-}
-
-bool CHostAdapter::UpdateUnreadMessageCount(const mox_h5_module_data* request,
-                                            int unreadUrgentMsgCount) {
-    return Accepted("UpdateUnreadMessageCount", Args("request", DescribeRequest(request),
-                                                     "unreadUrgentMsgCount", unreadUrgentMsgCount));
-}
-
-bool CHostAdapter::MerchantLoadFinished(const mox_h5_module_data* request) {
-    return Accepted("MerchantLoadFinished", Args("request", DescribeRequest(request)));
-}
-
-bool CHostAdapter::ReportHttpError(const mox_h5_module_data* request, const Json::Value& response) {
-    return Accepted("ReportHttpError",
-                    Args("request", DescribeRequest(request), "response", response));
-}
-
-bool CHostAdapter::UpdateWindowsKey(const mox_h5_module_data* request, const std::string& group,
-                                    const std::string& key, bool value) {
-    return Accepted("UpdateWindowsKey", Args("request", DescribeRequest(request), "group", group,
-                                             "key", key, "value", value));
-}
-
-bool CHostAdapter::RemindWorkOrder(const mox_h5_module_data* request, const Json::Value& params) {
-    return Accepted("RemindWorkOrder", Args("request", DescribeRequest(request), "params", params));
-}
-
-bool CHostAdapter::ShareGoods(const std::string& shareUrl, const std::wstring& goodsName) {
-    return Accepted("ShareGoods", Args("shareUrl", shareUrl, "goodsName",
-                                       moxh5::platform::WideToUtf8(goodsName)));
-}
-
-bool CHostAdapter::SelectFile(const std::string& filter, const MoxPageIdentity& page,
-                              MoxPageCallbackFn /*done*/) {
-    return AcceptedLater("SelectFile", Args("filter", filter, "page", DescribePage(page)));
-}
-
-bool CHostAdapter::DownloadRemoteFile(const std::string& filePath, const std::string& url,
-                                      const std::string& cookie, const MoxPageIdentity& page,
-                                      MoxPageCallbackFn /*done*/) {
-    return AcceptedLater(
-        "DownloadRemoteFile",
-        Args("filePath", filePath, "url", url, "cookie", cookie, "page", DescribePage(page)));
-}
-
-bool CHostAdapter::UploadFile(const std::string& url, const std::string& cookie,
-                              const std::string& filePath, const std::string& signName,
-                              const std::string& signValue, const std::string& fileDataName,
-                              const MoxPageIdentity& page, MoxPageCallbackFn /*done*/) {
-    return AcceptedLater(
-        "UploadFile",
-        Args("url", url, "cookie", cookie, "filePath", filePath, "signName", signName, "signValue",
-             signValue, "fileDataName", fileDataName, "page", DescribePage(page)));
-}
-
-void CHostAdapter::ShowToast(int kind, const char* text, size_t length, int durationMs) {
-    Ask("ShowToast", Args("kind", kind, "text", text ? std::string(text, length) : std::string(),
-                          "length", static_cast<Json::UInt64>(length), "durationMs", durationMs));
-}
-
-bool CHostAdapter::ShowCommonTip(bool isWorker, std::string title, std::string content,
-                                 std::string leftButtonText, std::string rightButtonText,
-                                 MoxTipCompletion /*done*/) {
-    return AcceptedLater("ShowCommonTip",
-                         Args("isWorker", isWorker, "title", title, "content", content,
-                              "leftButtonText", leftButtonText, "rightButtonText", rightButtonText));
-}
-
-bool CHostAdapter::SaveFile(const std::string& tempFilePath, const MoxPageIdentity& page,
-                            MoxPageCallbackFn /*done*/) {
-    return AcceptedLater("SaveFile", Args("tempFilePath", tempFilePath, "page", DescribePage(page)));
-}
-
-bool CHostAdapter::HttpPost(int kind, const mox_h5_module_data* request, int webindex,
-                            const std::string& callbackid, const std::string& extra,
-                            MoxPageCallbackFn /*done*/, const std::string& url,
-                            const std::string& content, const std::string& cookie,
-                            const std::vector<std::string>& headers) {
-    if (!request) return false;
-    return AcceptedLater("HttpPost",
-                         Args("kind", kind, "request", DescribeRequest(request), "webindex",
-                              webindex, "callbackid", callbackid, "extra", extra, "url", url,
-                              "content", content, "cookie", cookie, "headers", Strings(headers)));
-}
-
-bool CHostAdapter::HttpGet(int kind, const mox_h5_module_data* request, int webindex,
-                           const std::string& callbackid, const std::string& extra,
-                           MoxPageCallbackFn /*done*/, const std::string& url,
-                           const std::string& content, const std::string& cookie) {
-    if (!request) return false;
-    return AcceptedLater(
-        "HttpGet",
-        Args("kind", kind, "request", DescribeRequest(request), "webindex", webindex, "callbackid",
-             callbackid, "extra", extra, "url", url, "content", content, "cookie", cookie));
-}
-
-void CHostAdapter::CopyImageToClipboard(const std::string& data) {
-    Ask("CopyImageToClipboard", Args("data", data));
-}
+// Each operation writes its arguments as the catalogue lists them and reads
+// the reply of its shape. Parameters that are no arguments (`done`, and
+// `result`, which the Version reply fills) stay unnamed in the body.
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wunused-parameter"
+#elif defined(_MSC_VER)
+#pragma warning(push)
+#pragma warning(disable : 4100)
+#endif
+#define MOXH5_PUT_ARG(name, Type, doc) args.Put(#name, arg::Type(), name);
+#define MOXH5_PUT_ARG_VALUE(name, Type, value, doc) args.Put(#name, arg::Type(), value);
+#define MOXH5_REPLY_ARGS_Version , result
+#define MOXH5_DEFINE_OPERATION(Name, Shape, Params, Args, Doc)                     \
+    MOXH5_OPERATION_RETURNS_##Shape CHostAdapter::Name Params {                    \
+        ArgsWriter args;                                                           \
+        Args return Reply##Shape(#Name, args.Close() MOXH5_REPLY_ARGS_##Shape); \
+    }
+#define MOXH5_REPLY_ARGS_Accepted
+#define MOXH5_REPLY_ARGS_HostAnswers
+#define MOXH5_REPLY_ARGS_Later
+#define MOXH5_REPLY_ARGS_Window
+#define MOXH5_REPLY_ARGS_Text
+#define MOXH5_REPLY_ARGS_Nothing
+MOXH5_HOST_OPERATIONS(MOXH5_DEFINE_OPERATION, MOXH5_PUT_ARG, MOXH5_PUT_ARG_VALUE)
+#undef MOXH5_DEFINE_OPERATION
+#undef MOXH5_PUT_ARG
+#undef MOXH5_PUT_ARG_VALUE
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#elif defined(_MSC_VER)
+#pragma warning(pop)
+#endif
 
 void CHostAdapter::RenderJsCallback(const std::string& mallcsid, int webindex,
                                     const std::string& callId, const std::string& data) {
@@ -423,46 +287,6 @@ void CHostAdapter::RenderJsCallback(const std::string& mallcsid, int webindex,
 void CHostAdapter::WorkerJsCallback(const std::string& mallcsid, int webindex,
                                     const std::string& callbackid, const std::string& data) {
     AnswerPage(1, mallcsid, webindex, callbackid, data);
-}
-
-void CHostAdapter::ShowEasyWnd(bool isWorker, const mox_h5_module_data* request, int webindex,
-                               const std::string& callbackid, MoxPageCallbackFn /*done*/,
-                               const EasyWndParam& param) {
-    if (!request) return;
-    const ArgsText p =
-        Args("title", param.title, "content", param.content, "scene", param.scene, "frequency",
-             Args("interval", param.frequency.interval, "dimensions", param.frequency.dimensions),
-             "left", Args("text", param.left.text, "action", param.left.action), "right",
-             Args("text", param.right.text, "action", param.right.action));
-    const ArgsText args = Args("isWorker", isWorker, "request", DescribeRequest(request),
-                               "webindex", webindex, "callbackid", callbackid, "param", p);
-    // The window always answers later: the token stays with the host; with no
-    // host to take it, the page hears at once that there is no window.
-    const uint64_t ticket = WorkBeingHandedOver();
-    if (!m_table.operation || !HoldWork(ticket, m_host)) {
-        AnswerWork(ticket, false, Json::Value());
-        return;
-    }
-    Ask("ShowEasyWnd", args, TokenOf(ticket));
-}
-
-void CHostAdapter::UpdateShielding(const mox_h5_module_data* request, const std::string& currentUid,
-                                   const Json::Value& params) {
-    Ask("UpdateShielding",
-        Args("request", DescribeRequest(request), "currentUid", currentUid, "params", params));
-}
-
-std::string CHostAdapter::GetClientLinkPrefix() {
-    const Json::Value reply = Ask("GetClientLinkPrefix", Args()).value;
-    return reply.isString() ? reply.asString() : std::string();
-}
-
-bool CHostAdapter::OpenNewConversation(const mox_h5_module_data* request,
-                                       const std::string& orderSn, const std::string& mallId,
-                                       const MoxPageIdentity& page, MoxPageCallbackFn /*done*/) {
-    return AcceptedLater("OpenNewConversation",
-                         Args("request", DescribeRequest(request), "orderSn", orderSn, "mallId",
-                              mallId, "page", DescribePage(page)));
 }
 
 std::string CHostAdapter::GetMallId(const std::string& mallcsid) {
@@ -490,8 +314,11 @@ void CReportSinkAdapter::Send(const WorkbenchReportRecord& report) {
     Json::Value counters(Json::objectValue);
     for (const auto& [key, tag] : report.tags) tags[key] = tag;
     for (const auto& [key, counter] : report.counters) counters[key] = Json::Int64(counter);
-    const ArgsText text = Args("id", report.id, "tags", tags, "counters", counters);
-    m_table.report(m_table.user, text.text.c_str());
+    ArgsWriter text;
+    text.Put("id", arg::Integer(), report.id);
+    text.Put("tags", arg::Json(), tags);
+    text.Put("counters", arg::Json(), counters);
+    m_table.report(m_table.user, text.Close().text.c_str());
 }
 
 }  // namespace moxh5::detail

@@ -250,14 +250,14 @@ void Install(moxh5_host& host) {
 
 // Table sizes of the published layouts: the table as first published and the
 // shorter ones it documents for older hosts (ending after page_answer,
-// user_value, config_switch, log, log_priority or report). A size that ends
+// user_value, config_switch, log, log_priority, report or method_allowed). A size that ends
 // inside a member is a host built against no published header.
 bool PublishedTableSize(size_t size) {
     for (const size_t published :
          {offsetof(moxh5_host_table, user_value), offsetof(moxh5_host_table, config_switch),
           offsetof(moxh5_host_table, log), offsetof(moxh5_host_table, log_priority),
           offsetof(moxh5_host_table, report), offsetof(moxh5_host_table, method_allowed),
-          sizeof(moxh5_host_table)}) {
+          offsetof(moxh5_host_table, page_answer_to), sizeof(moxh5_host_table)}) {
         if (size == published) return true;
     }
     return false;

@@ -10,6 +10,7 @@
 #include "core/detail/page_policy.h"
 #include "core/detail/params.h"
 #include "core/detail/payload_limits.h"
+#include "core/detail/serving_page.h"
 #include "core/detail/pending_work.h"
 #include "modules/module_adapters.h"
 #include "mox_json.h"
@@ -198,6 +199,7 @@ std::tuple<bool, bool> MoxModuleManager::Execute(const std::string& name,
         // The copy keeps the worker alive for the length of the call.
         std::shared_ptr<IModuleWorker> worker = entry->worker;
         const CheckedPayloadScope checked(data.payload);
+        const moxh5::detail::ServingPageScope serving(data);
         return {true, entry->execute_fn(std::move(worker), &data, answer)};
     } catch (const std::exception& e) {
         LogEscapedException("MoxModuleManager::Execute", data.payload, e.what());

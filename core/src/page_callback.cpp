@@ -8,6 +8,7 @@
 #include "core/detail/no_throw.h"
 #include "core/detail/page_policy.h"
 #include "core/detail/pending_work.h"
+#include "core/detail/serving_page.h"
 #include "mox_json.h"
 #include "moxh5/module_manager.h"
 
@@ -96,6 +97,8 @@ void Deliver(IH5ActionImplCallBack* callback, const Claim& claim, bool isWorker,
              const Json::Value& envelope) {
     if (!Admitted(claim, success, answer)) return;
     const std::string text = moxh5::detail::CompactJson(envelope);
+    const moxh5::detail::ServingPageScope serving(isWorker, webindex, mallcsid, callbackid,
+                                                  workerid);
     if (isWorker) {
         MOX_LOG(LOG_PRIORITY_INFO, "doCallBackToWorker",
                 "[MoxH5] Worker Jscallback mallcsid[%s] webindex[%d] workerid[%s], callbackid[%s], "

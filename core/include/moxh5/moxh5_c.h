@@ -143,6 +143,24 @@ typedef void(MOXH5_CALL* moxh5_report_fn)(void* user, const char* report_json);
 typedef int(MOXH5_CALL* moxh5_method_allowed_fn)(void* user, const char* page_json,
                                                  const char* module, const char* method);
 
+/* An answer for a page, with the page's whole identity; a table that has it
+ * gets answers here instead of page_answer. `page_json` is
+ * {"isWorker": bool, "webindex": integer, "mallcsid": string,
+ *  "callbackid": string, "workerid": string} (two worker pages of one
+ * webindex differ in "workerid"), `data_json` the envelope, both compact JSON
+ * text. */
+typedef void(MOXH5_CALL* moxh5_page_answer_to_fn)(void* user, const char* page_json,
+                                                  const char* data_json);
+
+/* A host operation with the page it is done for; a table that has it gets
+ * operations here instead of operation. As moxh5_operation_fn, with
+ * `page_json` the calling page (as for moxh5_page_answer_to_fn), or "null"
+ * when the operation serves no page call: the window to parent a toast, tip
+ * or dialog to. */
+typedef void(MOXH5_CALL* moxh5_page_operation_fn)(void* user, const char* operation,
+                                                  const char* page_json, const char* args_json,
+                                                  moxh5_token* token, moxh5_reply_slot* reply);
+
 /* What the host provides. Any callback may be null: without operation and
  * page_answer no action interface is installed (calls that need it answer
  * "Native impl instance is null."), without user_value no user centre,
@@ -151,8 +169,9 @@ typedef int(MOXH5_CALL* moxh5_method_allowed_fn)(void* user, const char* page_js
 typedef struct moxh5_host_table {
     size_t size; /* sizeof(moxh5_host_table) as the host was compiled; an older
                     host's table may end after page_answer, user_value,
-                    config_switch, log, log_priority or report; any other size
-                    is refused (MOXH5_ERROR_ARGUMENT) */
+                    config_switch, log, log_priority, report or
+                    method_allowed; any other size is refused
+                    (MOXH5_ERROR_ARGUMENT) */
     void* user;  /* handed back to every callback */
     moxh5_operation_fn operation;
     moxh5_page_answer_fn page_answer;
@@ -162,6 +181,9 @@ typedef struct moxh5_host_table {
     int log_priority; /* least urgent priority given to log; 0 means 400 */
     moxh5_report_fn report;
     moxh5_method_allowed_fn method_allowed; /* null: every method may be called */
+    /* The page-carrying callbacks: each, when set, replaces its older twin. */
+    moxh5_page_answer_to_fn page_answer_to;  /* instead of page_answer */
+    moxh5_page_operation_fn page_operation;  /* instead of operation */
 } moxh5_host_table;
 
 /* MOXH5_C_ABI_VERSION of the loaded library. */

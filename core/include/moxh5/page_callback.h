@@ -88,6 +88,25 @@ MOXH5_API bool callBackToWebPage(bool isWorker, bool success, int webindex,
 MOXH5_API bool AnswerPage(const MoxPageIdentity& page, bool success,
                           const Json::Value& answer) noexcept;
 
+namespace moxh5 {
+
+// The page the library is serving on this thread, for a host that wants to
+// know whom an operation or an answer is for: to parent a toast, tip or
+// dialog to the right window, or to tell two workers of one webindex apart in
+// WorkerJsCallback.
+//   - Inside an operation of IH5ActionImplCallBack: the calling page. When
+//     the operation finishes later (HttpGet, HttpPost, ShowEasyWnd,
+//     ShowCommonTip, the file operations...), `page.ticket` names the work
+//     being handed over, so AnswerPage(page, ...) answers exactly that work:
+//     never twice, never a page that closed or reloaded since.
+//   - Inside RenderJsCallback or WorkerJsCallback: the page being answered
+//     (ticket 0).
+// Fills `page` and returns true; false (page untouched) on a thread the
+// library is serving no page on. Any thread.
+MOXH5_API bool CurrentPage(MoxPageIdentity& page) noexcept;
+
+}  // namespace moxh5
+
 void doCallBackToRender(IH5ActionImplCallBack* callback, bool success, int webindex,
                         const std::string& mallcsid, const std::string& callId,
                         const Json::Value& answer);
