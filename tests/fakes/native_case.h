@@ -107,7 +107,7 @@ inline void ExpectNativeCase(const NativeCase& c) {
     ASSERT_EQ(calls.size(), 1u);
     EXPECT_EQ(calls[0].op, c.hostOp);
     if (calls[0].args.isMember("request")) {
-        EXPECT_EQ(calls[0].args["request"], DescribeRequest(&call)) << "the request itself";
+        EXPECT_EQ(calls[0].args["request"], moxh5::operation::ToJson(&call)) << "the request itself";
     }
     const Json::Value expected = ParseJson(c.hostArgs ? c.hostArgs : "{}");
     for (const std::string& name : expected.getMemberNames()) {

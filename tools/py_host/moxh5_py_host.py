@@ -13,6 +13,7 @@ transcript lines "host" (members "switches", "results", "mallId", "csId",
 """
 import ctypes
 import json
+import os
 import sys
 
 OK = 0
@@ -40,6 +41,12 @@ class HostTable(ctypes.Structure):
                 ("user_value", USER_VALUE), ("config_switch", SWITCH), ("log", LOG),
                 ("log_priority", ctypes.c_int), ("report", REPORT)]
 
+
+# What each operation's host replies, from the catalogue of host operations.
+CATALOGUE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "api",
+                         "host_operations.json")
+with open(CATALOGUE, encoding="utf-8") as catalogue:
+    SHAPES = {operation["name"]: operation["shape"] for operation in json.load(catalogue)}
 
 USER_SETTINGS = {"GetMallId": "mallId", "GetCsId": "csId", "GetCurrentUid": "currentUid",
                  "GetCurrentMallCsId": "currentMallCsId"}
@@ -87,11 +94,14 @@ class Host:
 
     def operation(self, user, name, args_json, token, slot):
         name = name.decode()
-        if name == "GetClientLinkPrefix":
+        shape = SHAPES[name]
+        if shape == "Text":
             return self.reply(slot, self.settings.get("clientLinkPrefix", ""))
-        if name == "GetPluginVersion":
+        if shape == "Version":
             return self.reply(slot, self.settings.get("pluginVersion"))
-        accepted = self.settings["results"].get(name, True)
+        if shape == "Nothing":
+            return None
+        accepted = shape == "Window" or self.settings["results"].get(name, True)
         self.reply(slot, accepted)
         if token and accepted:
             self.pending.append(token)

@@ -3,54 +3,6 @@
 #include "moxh5/platform.h"
 
 namespace moxh5::test {
-namespace {
-
-// An argument object from name/value pairs.
-inline void AddArgs(Json::Value&) {}
-template <typename Value, typename... Rest>
-void AddArgs(Json::Value& out, const char* name, Value&& value, Rest&&... rest) {
-    out[name] = Json::Value(std::forward<Value>(value));
-    AddArgs(out, std::forward<Rest>(rest)...);
-}
-template <typename... Pairs>
-Json::Value Args(Pairs&&... pairs) {
-    Json::Value out(Json::objectValue);
-    AddArgs(out, std::forward<Pairs>(pairs)...);
-    return out;
-}
-
-// A host-owned C string as JSON (null for a null pointer).
-Json::Value Text(const char* text) { return text ? Json::Value(text) : Json::Value(); }
-
-Json::Value Strings(const std::vector<std::string>& items) {
-    Json::Value list(Json::arrayValue);
-    for (const std::string& item : items) list.append(item);
-    return list;
-}
-
-Json::Value DescribePage(const MoxPageIdentity& page) {
-    Json::Value out;
-    out["isWorker"] = page.isWorker;
-    out["webindex"] = page.webindex;
-    out["mallcsid"] = page.mallcsid;
-    out["callbackid"] = page.callbackid;
-    out["workerid"] = page.workerid;
-    return out;
-}
-
-}  // namespace
-
-Json::Value DescribeRequest(const mox_h5_module_data* request) {
-    if (!request) return Json::Value();
-    Json::Value out;
-    out["mallcsid"] = request->mallcsid;
-    out["payload"] = request->payload;
-    out["isWorker"] = request->isWorker;
-    out["webindex"] = request->webindex;
-    out["callbackid"] = request->callbackid;
-    out["workerid"] = Text(request->workerid);
-    return out;
-}
 
 void RecordingHost::SetResult(const std::string& op, bool result) {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -188,370 +140,83 @@ void RecordingHost::AddPending(PendingPageWork work) {
 std::string RecordingHost::SessionValue(const std::string& op,
                                         const std::map<std::string, std::string>& values,
                                         const std::string& mallcsid) {
-    Record(op, Args("mallcsid", mallcsid));
+    Json::Value args(Json::objectValue);
+    args["mallcsid"] = mallcsid;
+    Record(op, std::move(args));
     std::lock_guard<std::mutex> lock(m_mutex);
     auto it = values.find(mallcsid);
     if (it == values.end()) it = values.find("");
     return it == values.end() ? std::string() : it->second;
 }
 
-bool RecordingHost::GetPluginVersion(const std::string& pluginId, Json::Value& result) {
-    const bool accepted = Record("GetPluginVersion", Args("pluginId", pluginId));
+bool RecordingHost::ReplyLater(const char* op, Json::Value args, MoxPageCallbackFn done) {
+    const bool accepted = Record(op, std::move(args));
+    PendingPageWork work{op, {}, done, {}};
+    if (accepted && moxh5::CurrentPage(work.page)) AddPending(std::move(work));
+    return accepted;
+}
+
+bool RecordingHost::ReplyLater(const char* op, Json::Value args, MoxTipCompletion done) {
+    const bool accepted = Record(op, std::move(args));
+    PendingPageWork work{op, {}, nullptr, std::move(done)};
+    if (accepted && moxh5::CurrentPage(work.page)) AddPending(std::move(work));
+    return accepted;
+}
+
+void RecordingHost::ReplyWindow(const char* op, Json::Value args, MoxPageCallbackFn done) {
+    Record(op, std::move(args));
+    PendingPageWork work{op, {}, done, {}};
+    if (moxh5::CurrentPage(work.page)) AddPending(std::move(work));
+}
+
+bool RecordingHost::ReplyVersion(const char* op, Json::Value args, Json::Value& result) {
+    const bool accepted = Record(op, std::move(args));
     std::lock_guard<std::mutex> lock(m_mutex);
-    result = m_pluginVersionAnswer;
+    if (accepted) result = m_pluginVersionAnswer;
     return accepted;
 }
 
-bool RecordingHost::RequestFromRenderPage(const mox_h5_module_data* request,
-                                          const Json::Value& payload, int webindex,
-                                          const std::string& callbackid) {
-    return Record("RequestFromRenderPage",
-                  Args("request", DescribeRequest(request), "payload", payload, "webindex",
-                       webindex, "callbackid", callbackid));
-}
-
-bool RecordingHost::SendSocketMessage(const mox_h5_module_data* request, const std::string& uid,
-                                      const Json::Value& params) {
-    return Record("SendSocketMessage",
-                  Args("request", DescribeRequest(request), "uid", uid, "params", params));
-}
-
-bool RecordingHost::OpenWaitHandleOrder(const std::string& paramsJson) {
-    return Record("OpenWaitHandleOrder", Args("paramsJson", paramsJson));
-}
-
-bool RecordingHost::OpenGoodsManage(const std::string& paramsJson) {
-    return Record("OpenGoodsManage", Args("paramsJson", paramsJson));
-}
-
-bool RecordingHost::PageChange(const std::string& page, const std::string& paramsJson) {
-    return Record("PageChange", Args("page", page, "paramsJson", paramsJson));
-}
-
-bool RecordingHost::SessionExpired(const mox_h5_module_data* request) {
-    return Record("SessionExpired", Args("request", DescribeRequest(request)));
-}
-
-bool RecordingHost::SetAllPasteboard(int webindex) {
-    return Record("SetAllPasteboard", Args("webindex", webindex));
-}
-
-bool RecordingHost::SendSocketCommand(const mox_h5_module_data* request, const Json::Value& payload,
-                                      int64_t requestId) {
-    return Record("SendSocketCommand", Args("request", DescribeRequest(request), "payload", payload,
-                                            "requestId", Json::Int64(requestId)));
-}
-
-bool RecordingHost::LocateMessage(const mox_h5_module_data* request, const Json::Value& params) {
-    return Record("LocateMessage", Args("request", DescribeRequest(request), "params", params));
-}
-
-bool RecordingHost::ViewPicture(const mox_h5_module_data* request, const std::string& url,
-                                const std::string& uid, const std::string& msgId) {
-    return Record("ViewPicture", Args("request", DescribeRequest(request), "url", url, "uid", uid,
-                                      "msgId", msgId));
-}
-
-bool RecordingHost::StorePicture(const std::string& url, const char* workerid) {
-    return Record("StorePicture", Args("url", url, "workerid", Text(workerid)));
-}
-
-bool RecordingHost::ViewPictureList(const mox_h5_module_data* request, int startIndex,
-                                    const std::vector<std::string>& urls) {
-    return Record("ViewPictureList", Args("request", DescribeRequest(request), "startIndex",
-                                          startIndex, "urls", Strings(urls)));
-}
-
-bool RecordingHost::BatchDownloadPictures(const mox_h5_module_data* request, const std::string& url,
-                                          const std::string& uid, const std::string& msgId) {
-    return Record("BatchDownloadPictures", Args("request", DescribeRequest(request), "url", url,
-                                                "uid", uid, "msgId", msgId));
-}
-
-bool RecordingHost::UpdateQuickReply(const mox_h5_module_data* request) {
-    return Record("UpdateQuickReply", Args("request", DescribeRequest(request)));
-}
-
-bool RecordingHost::ExportQuickReply(const mox_h5_module_data* request, const char* workerid) {
-    return Record("ExportQuickReply",
-                  Args("request", DescribeRequest(request), "workerid", Text(workerid)));
-}
-
-bool RecordingHost::ImportQuickReply(const mox_h5_module_data* request) {
-    return Record("ImportQuickReply", Args("request", DescribeRequest(request)));
-}
-
-bool RecordingHost::DownQuickReplyModule(const char* workerid) {
-    return Record("DownQuickReplyModule", Args("workerid", Text(workerid)));
-}
-
-bool RecordingHost::BusinessReport(const mox_h5_module_data* request) {
-    return Record("BusinessReport", Args("request", DescribeRequest(request)));
-}
-
-bool RecordingHost::SendVideoShow() { return Record("SendVideoShow", Json::Value()); }
-
-bool RecordingHost::SendAddressMsg(const mox_h5_module_data* request, const Json::Value& params) {
-    return Record("SendAddressMsg", Args("request", DescribeRequest(request), "params", params));
-}
-
-bool RecordingHost::SendFaseReply(const mox_h5_module_data* request, std::string reply) {
-    return Record("SendFaseReply", Args("request", DescribeRequest(request), "reply", reply));
-}
-
-bool RecordingHost::SendRichContent(const mox_h5_module_data* request, const Json::Value& params) {
-    return Record("SendRichContent", Args("request", DescribeRequest(request), "params", params));
-}
-
-bool RecordingHost::ShareGoods(const std::string& shareUrl, const std::wstring& goodsName) {
-    Json::Value args;
-    args["shareUrl"] = shareUrl;
-    // The wide name round-trips through the platform's wide encoding, so a
-    // test comparing UTF-8 text also checks the conversion.
-    args["goodsName"] = moxh5::platform::WideToUtf8(goodsName);
-    args["goodsNameUnits"] = static_cast<Json::UInt64>(goodsName.size());
-    return Record("ShareGoods", args);
-}
-
-bool RecordingHost::GetMallInfo(const mox_h5_module_data* request, int webindex, int callId) {
-    return Record("GetMallInfo", Args("request", DescribeRequest(request), "webindex", webindex,
-                                      "callId", callId));
-}
-
-bool RecordingHost::GetTesselActions(const mox_h5_module_data* request, int webindex, int callId) {
-    return Record("GetTesselActions", Args("request", DescribeRequest(request), "webindex",
-                                           webindex, "callId", callId));
-}
-
-bool RecordingHost::GetCurrentCustomerInfo(const mox_h5_module_data* request, int webindex,
-                                           int callId) {
-    return Record("GetCurrentCustomerInfo", Args("request", DescribeRequest(request), "webindex",
-                                                 webindex, "callId", callId));
-}
-
-bool RecordingHost::OpenWindow(const Json::Value& params, const mox_h5_module_data* request) {
-    return Record("OpenWindow", Args("params", params, "request", DescribeRequest(request)));
-}
-
-bool RecordingHost::WorkerOnLoad(const mox_h5_module_data* request, std::string pageName,
-                                 uint32_t reserved) {
-    return Record("WorkerOnLoad", Args("request", DescribeRequest(request), "pageName", pageName,
-                                       "reserved", reserved));
-}
-
-bool RecordingHost::UpdateMsg(const Json::Value& payload, const mox_h5_module_data* request) {
-    return Record("UpdateMsg", Args("payload", payload, "request", DescribeRequest(request)));
-}
-
-bool RecordingHost::LogisticOrderSelect(const Json::Value& payload,
-                                        const mox_h5_module_data* request, int webindex,
-                                        int callId) {
-    return Record("LogisticOrderSelect",
-                  Args("payload", payload, "request", DescribeRequest(request), "webindex",
-                       webindex, "callId", callId));
-}
-
-bool RecordingHost::SelectFile(const std::string& filter, const MoxPageIdentity& page,
-                               MoxPageCallbackFn done) {
-    const bool accepted = Record("SelectFile", Args("filter", filter, "page", DescribePage(page)));
-    if (accepted) AddPending({"SelectFile", page, done, {}});
-    return accepted;
-}
-
-bool RecordingHost::DownloadRemoteFile(const std::string& filePath, const std::string& url,
-                                       const std::string& cookie, const MoxPageIdentity& page,
-                                       MoxPageCallbackFn done) {
-    const bool accepted = Record(
-        "DownloadRemoteFile",
-        Args("filePath", filePath, "url", url, "cookie", cookie, "page", DescribePage(page)));
-    if (accepted) AddPending({"DownloadRemoteFile", page, done, {}});
-    return accepted;
-}
-
-bool RecordingHost::UploadFile(const std::string& url, const std::string& cookie,
-                               const std::string& filePath, const std::string& signName,
-                               const std::string& signValue, const std::string& fileDataName,
-                               const MoxPageIdentity& page, MoxPageCallbackFn done) {
-    const bool accepted =
-        Record("UploadFile", Args("url", url, "cookie", cookie, "filePath", filePath, "signName",
-                                  signName, "signValue", signValue, "fileDataName", fileDataName,
-                                  "page", DescribePage(page)));
-    if (accepted) AddPending({"UploadFile", page, done, {}});
-    return accepted;
-}
-
-void RecordingHost::ShowToast(int kind, const char* text, size_t length, int durationMs) {
-    Record("ShowToast",
-           Args("kind", kind, "text", text ? std::string(text, length) : std::string(), "length",
-                static_cast<Json::UInt64>(length), "durationMs", durationMs));
-}
-
-bool RecordingHost::ShowCommonTip(bool isWorker, std::string title, std::string content,
-                                  std::string leftButtonText, std::string rightButtonText,
-                                  MoxTipCompletion done) {
-    const bool accepted =
-        Record("ShowCommonTip",
-               Args("isWorker", isWorker, "title", title, "content", content, "leftButtonText",
-                    leftButtonText, "rightButtonText", rightButtonText));
-    if (accepted) AddPending({"ShowCommonTip", {}, nullptr, std::move(done)});
-    return accepted;
-}
-
-bool RecordingHost::SaveFile(const std::string& tempFilePath, const MoxPageIdentity& page,
-                             MoxPageCallbackFn done) {
-    const bool accepted =
-        Record("SaveFile", Args("tempFilePath", tempFilePath, "page", DescribePage(page)));
-    if (accepted) AddPending({"SaveFile", page, done, {}});
-    return accepted;
-}
-
-bool RecordingHost::HttpPost(int kind, const mox_h5_module_data* request, int webindex,
-                             const std::string& callbackid, const std::string& extra,
-                             MoxPageCallbackFn done, const std::string& url,
-                             const std::string& content, const std::string& cookie,
-                             const std::vector<std::string>& headers) {
-    const bool accepted =
-        Record("HttpPost", Args("kind", kind, "request", DescribeRequest(request), "webindex",
-                                webindex, "callbackid", callbackid, "extra", extra, "url", url,
-                                "content", content, "cookie", cookie, "headers", Strings(headers)));
-    if (accepted && request) AddPending({"HttpPost", PageIdentityOf(*request), done, {}});
-    return accepted;
-}
-
-bool RecordingHost::HttpGet(int kind, const mox_h5_module_data* request, int webindex,
-                            const std::string& callbackid, const std::string& extra,
-                            MoxPageCallbackFn done, const std::string& url,
-                            const std::string& content, const std::string& cookie) {
-    const bool accepted =
-        Record("HttpGet", Args("kind", kind, "request", DescribeRequest(request), "webindex",
-                               webindex, "callbackid", callbackid, "extra", extra, "url", url,
-                               "content", content, "cookie", cookie));
-    if (accepted && request) AddPending({"HttpGet", PageIdentityOf(*request), done, {}});
-    return accepted;
-}
-
-void RecordingHost::CopyImageToClipboard(const std::string& data) {
-    Record("CopyImageToClipboard", Args("data", data));
-}
-
-void RecordingHost::RenderJsCallback(const std::string& mallcsid, int webindex,
-                                     const std::string& callId, const std::string& data) {
-    Record("RenderJsCallback",
-           Args("mallcsid", mallcsid, "webindex", webindex, "callId", callId, "data", data));
-}
-
-void RecordingHost::WorkerJsCallback(const std::string& mallcsid, int webindex,
-                                     const std::string& callbackid, const std::string& data) {
-    Record("WorkerJsCallback", Args("mallcsid", mallcsid, "webindex", webindex, "callbackid",
-                                    callbackid, "data", data));
-}
-
-void RecordingHost::ShowEasyWnd(bool isWorker, const mox_h5_module_data* request, int webindex,
-                                const std::string& callbackid, MoxPageCallbackFn done,
-                                const EasyWndParam& param) {
-    Json::Value args;
-    args["isWorker"] = isWorker;
-    args["request"] = DescribeRequest(request);
-    args["webindex"] = webindex;
-    args["callbackid"] = callbackid;
-    Json::Value& p = args["param"];
-    p["title"] = param.title;
-    p["content"] = param.content;
-    p["scene"] = param.scene;
-    p["frequency"]["interval"] = param.frequency.interval;
-    p["frequency"]["dimensions"] = param.frequency.dimensions;
-    p["left"]["text"] = param.left.text;
-    p["left"]["action"] = param.left.action;
-    p["right"]["text"] = param.right.text;
-    p["right"]["action"] = param.right.action;
-    Record("ShowEasyWnd", args);
-    if (request) AddPending({"ShowEasyWnd", PageIdentityOf(*request), done, {}});
-}
-
-void RecordingHost::UpdateShielding(const mox_h5_module_data* request,
-                                    const std::string& currentUid, const Json::Value& params) {
-    Record("UpdateShielding",
-           Args("request", DescribeRequest(request), "currentUid", currentUid, "params", params));
-}
-
-bool RecordingHost::AddUserToBlackList(const mox_h5_module_data* request, const std::string& uid) {
-    return Record("AddUserToBlackList", Args("request", DescribeRequest(request), "uid", uid));
-}
-
-bool RecordingHost::ShowHelpLinkDlg(const mox_h5_module_data* request, const std::string& from,
-                                    const std::string& orderSequenceNo) {
-    return Record("ShowHelpLinkDlg", Args("request", DescribeRequest(request), "from", from,
-                                          "orderSequenceNo", orderSequenceNo));
-}
-
-bool RecordingHost::ShowHelpBuyModal(const mox_h5_module_data* request,
-                                     const Json::Value& goodsInfo) {
-    return Record("ShowHelpBuyModal",
-                  Args("request", DescribeRequest(request), "goodsInfo", goodsInfo));
-}
-
-bool RecordingHost::OpenLittleMoney(const mox_h5_module_data* request, const std::string& operation,
-                                    const Json::Value& orderGoodsList) {
-    return Record("OpenLittleMoney", Args("request", DescribeRequest(request), "operation",
-                                          operation, "orderGoodsList", orderGoodsList));
-}
-
-std::string RecordingHost::GetClientLinkPrefix() {
-    Record("GetClientLinkPrefix", Json::Value());
+std::string RecordingHost::ReplyText(const char* op, Json::Value args) {
+    Record(op, std::move(args));
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_clientLinkPrefix;
 }
 
-bool RecordingHost::OpenClientLink(const mox_h5_module_data* request, const std::string& link,
-                                   int targetUrlType, const std::string& msgId) {
-    return Record("OpenClientLink", Args("request", DescribeRequest(request), "link", link,
-                                         "targetUrlType", targetUrlType, "msgId", msgId));
+#define MOXH5_RECORD_ARG(name, Type, doc) args[#name] = moxh5::operation::ToJson(name);
+#define MOXH5_RECORD_ARG_VALUE(name, Type, value, doc) \
+    args[#name] = moxh5::operation::ToJson(value);
+#define MOXH5_REPLY_ARGS_Accepted
+#define MOXH5_REPLY_ARGS_HostAnswers
+#define MOXH5_REPLY_ARGS_Later , std::move(done)
+#define MOXH5_REPLY_ARGS_Window , done
+#define MOXH5_REPLY_ARGS_Version , result
+#define MOXH5_REPLY_ARGS_Text
+#define MOXH5_REPLY_ARGS_Nothing
+#define MOXH5_RECORD_OPERATION(Name, Shape, Params, Args, Doc)                   \
+    MOXH5_OPERATION_RETURNS_##Shape RecordingHost::Name Params {                 \
+        Json::Value args(Json::objectValue);                                     \
+        Args return Reply##Shape(#Name, std::move(args) MOXH5_REPLY_ARGS_##Shape); \
+    }
+MOXH5_HOST_OPERATIONS(MOXH5_RECORD_OPERATION, MOXH5_RECORD_ARG, MOXH5_RECORD_ARG_VALUE)
+
+void RecordingHost::RenderJsCallback(const std::string& mallcsid, int webindex,
+                                     const std::string& callId, const std::string& data) {
+    Json::Value args(Json::objectValue);
+    args["mallcsid"] = mallcsid;
+    args["webindex"] = webindex;
+    args["callId"] = callId;
+    args["data"] = data;
+    Record("RenderJsCallback", std::move(args));
 }
 
-bool RecordingHost::ShareGoodsUrl(const mox_h5_module_data* request, const std::string& goodsUrl) {
-    return Record("ShareGoodsUrl", Args("request", DescribeRequest(request), "goodsUrl", goodsUrl));
-}
-
-bool RecordingHost::DownloadFile(const mox_h5_module_data* request, const std::string& downloadUrl,
-                                 const std::string& fileName) {
-    return Record("DownloadFile", Args("request", DescribeRequest(request), "downloadUrl",
-                                       downloadUrl, "fileName", fileName));
-}
-
-bool RecordingHost::OpenNewConversation(const mox_h5_module_data* request,
-                                        const std::string& orderSn, const std::string& mallId,
-                                        const MoxPageIdentity& page, MoxPageCallbackFn done) {
-    const bool accepted =
-        Record("OpenNewConversation", Args("request", DescribeRequest(request), "orderSn", orderSn,
-                                           "mallId", mallId, "page", DescribePage(page)));
-    if (accepted) AddPending({"OpenNewConversation", page, done, {}});
-    return accepted;
-}
-
-bool RecordingHost::UpdateUnreadMessageCount(const mox_h5_module_data* request,
-                                             int unreadUrgentMsgCount) {
-    return Record("UpdateUnreadMessageCount", Args("request", DescribeRequest(request),
-                                                   "unreadUrgentMsgCount", unreadUrgentMsgCount));
-}
-
-bool RecordingHost::MerchantLoadFinished(const mox_h5_module_data* request) {
-    return Record("MerchantLoadFinished", Args("request", DescribeRequest(request)));
-}
-
-bool RecordingHost::ReportHttpError(const mox_h5_module_data* request,
-                                    const Json::Value& response) {
-    return Record("ReportHttpError",
-                  Args("request", DescribeRequest(request), "response", response));
-}
-
-bool RecordingHost::UpdateWindowsKey(const mox_h5_module_data* request, const std::string& group,
-                                     const std::string& key, bool value) {
-    return Record("UpdateWindowsKey", Args("request", DescribeRequest(request), "group", group,
-                                           "key", key, "value", value));
-}
-
-bool RecordingHost::RemindWorkOrder(const mox_h5_module_data* request, const Json::Value& params) {
-    return Record("RemindWorkOrder", Args("request", DescribeRequest(request), "params", params));
+void RecordingHost::WorkerJsCallback(const std::string& mallcsid, int webindex,
+                                     const std::string& callbackid, const std::string& data) {
+    Json::Value args(Json::objectValue);
+    args["mallcsid"] = mallcsid;
+    args["webindex"] = webindex;
+    args["callbackid"] = callbackid;
+    args["data"] = data;
+    Record("WorkerJsCallback", std::move(args));
 }
 
 std::string RecordingHost::GetMallId(const std::string& mallcsid) {
@@ -564,7 +229,7 @@ std::string RecordingHost::GetCurrentUid(const std::string& mallcsid) {
     return SessionValue("GetCurrentUid", m_currentUids, mallcsid);
 }
 std::string RecordingHost::GetCurrentMallCsId() {
-    Record("GetCurrentMallCsId", Json::Value());
+    Record("GetCurrentMallCsId", Json::Value(Json::objectValue));
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_currentMallCsId;
 }
