@@ -341,6 +341,66 @@ TEST(CInterfaceTable, OlderTableAndSecondHost) {
     EXPECT_EQ(moxh5_destroy(host), MOXH5_ERROR_STATE);
 }
 
+// Test that a host opting in to the page-carrying callbacks learns the page of
+// every operation and answer (worker id included), while a host built against
+// the previous table layout keeps its older twins.
+struct PageRecorded {
+    std::vector<std::string> operations, answers;
+    moxh5_token* token = nullptr;
+};
+
+void MOXH5_CALL PageOperation(void* user, const char* op, const char* page, const char*,
+                              moxh5_token* token, moxh5_reply_slot* reply) {
+    auto* r = static_cast<PageRecorded*>(user);
+    r->operations.push_back(std::string(op) + " " + page);
+    if (token) r->token = token;
+    moxh5_reply(reply, "true");
+}
+
+void MOXH5_CALL PageAnswerTo(void* user, const char* page, const char* data) {
+    static_cast<PageRecorded*>(user)->answers.push_back(std::string(page) + " " + data);
+}
+
+TEST(CInterfaceTable, PageCarryingCallbacksNameTheWholePage) {
+    PageRecorded recorded;
+    moxh5_host_table table{};
+    table.size = sizeof table;
+    table.user = &recorded;
+    table.page_operation = &PageOperation;
+    table.page_answer_to = &PageAnswerTo;
+    table.operation = &Operation;      // replaced by page_operation
+    table.page_answer = &PageAnswer;   // replaced by page_answer_to
+    moxh5_host* host = nullptr;
+    ASSERT_EQ(moxh5_create(&table, &host), MOXH5_OK);
+    unsigned outcome = 0;
+    char* answer = nullptr;
+    ASSERT_EQ(moxh5_execute(host, "JSCallNative", kTip, &outcome, &answer), MOXH5_OK);
+    ASSERT_EQ(moxh5_answer_page(host, kTip, 1, answer), MOXH5_OK);
+    moxh5_free(answer);
+    ASSERT_NE(recorded.token, nullptr);
+    ASSERT_EQ(moxh5_complete(recorded.token, R"({"success":true,"answer":{"b":1}})"), MOXH5_OK);
+    const std::string page =
+        R"({"isWorker":true,"webindex":0,"mallcsid":"","callbackid":"tip-1","workerid":"w"})";
+    EXPECT_EQ(recorded.operations, std::vector<std::string>{"ShowCommonTip " + page});
+    EXPECT_EQ(recorded.answers, std::vector<std::string>{
+                                    page + R"( {"b":1,"data":null,"message":"success","success":true})"});
+    EXPECT_EQ(moxh5_destroy(host), MOXH5_OK);
+
+    // The previous layout ends before the page-carrying callbacks.
+    Recorded older;
+    moxh5_host_table previous{};
+    previous.size = offsetof(moxh5_host_table, page_answer_to);
+    previous.user = &older;
+    previous.operation = &Operation;
+    previous.page_answer = &PageAnswer;
+    previous.page_operation = &PageOperation;  // beyond the given size: never called
+    ASSERT_EQ(moxh5_create(&previous, &host), MOXH5_OK);
+    ASSERT_EQ(moxh5_execute(host, "JSCallNative", kTip, &outcome, &answer), MOXH5_OK);
+    moxh5_free(answer);
+    EXPECT_EQ(older.ops, std::vector<std::string>{"ShowCommonTip"});
+    EXPECT_EQ(moxh5_destroy(host), MOXH5_OK);
+}
+
 // A C++ host that supports one operation and inherits "not supported" for the
 // rest.
 class ToastOnlyHost : public H5ActionDefaults {
@@ -368,6 +428,55 @@ TEST(ActionDefaults, OverridesOnlyWhatTheHostSupports) {
     call.payload["params"]["type"] = "post";
     EXPECT_EQ(manager->Execute("JSNetwork", call, answer), std::make_tuple(true, false));
     EXPECT_EQ(host.toasts, std::vector<std::string>{"ok"});
+    manager->SetCallback(nullptr);
+}
+
+// Test that a C++ host learns the page it serves: the calling page, with the
+// ticket of the work it is handed, inside an operation; the answered page,
+// worker id included, inside the page callback; nothing elsewhere.
+class PageAwareHost : public H5ActionDefaults {
+public:
+    bool HttpGet(int, const mox_h5_module_data*, int, const std::string&, const std::string&,
+                 MoxPageCallbackFn, const std::string&, const std::string&,
+                 const std::string&) override {
+        return moxh5::CurrentPage(handed);
+    }
+    void WorkerJsCallback(const std::string&, int, const std::string&,
+                          const std::string& data) override {
+        MoxPageIdentity page;
+        if (moxh5::CurrentPage(page)) answered.push_back(page.workerid + " " + data);
+    }
+    MoxPageIdentity handed;
+    std::vector<std::string> answered;
+};
+
+TEST(ActionDefaults, CurrentPageNamesTheCallingAndTheAnsweredPage) {
+    PageAwareHost host;
+    MoxModuleManager* manager = MoxModuleManager::GetInstance();
+    if (manager->Modules().empty()) {
+        manager->Init(nullptr, nullptr, MoxConfigCallback());
+        manager->Create();
+    }
+    manager->SetCallback(&host);
+    mox_h5_module_data call;
+    call.isWorker = true;
+    call.workerid = "w-2";
+    call.callbackid = "get-1";
+    call.payload["method"] = "httpRequest";
+    call.payload["params"]["type"] = "get";
+    call.payload["params"]["url"] = "https://shop.example/";
+    Json::Value answer(Json::objectValue);
+    EXPECT_EQ(manager->Execute("JSNetwork", call, answer), std::make_tuple(true, true));
+    EXPECT_EQ(host.handed.workerid, "w-2");
+    EXPECT_NE(host.handed.ticket, 0u);
+    MoxPageIdentity outside;
+    EXPECT_FALSE(moxh5::CurrentPage(outside));
+    Json::Value response(Json::objectValue);
+    response["status"] = 200;
+    EXPECT_TRUE(AnswerPage(host.handed, true, response));
+    EXPECT_FALSE(AnswerPage(host.handed, true, response));  // exactly once
+    ASSERT_EQ(host.answered.size(), 1u);
+    EXPECT_EQ(host.answered[0].rfind("w-2 {", 0), 0u) << host.answered[0];
     manager->SetCallback(nullptr);
 }
 
