@@ -346,6 +346,8 @@ TEST(HostilePage, DeepOrHugePayloadsReachNoModule) {
 // reloaded page's calls under the same ids are answered again.
 TEST(HostilePage, LateAnswersReachOnlyOpenPagesOnce) {
     enum Step { kStart, kFinish, kClose, kCallNow };
+    // A callback id that would forge a log line of its own.
+    static const char kForged[] = "late-1\n[400] forged";
     const struct {
         Step step;
         const char* method;  // kStart: the work; kCallNow: an immediate call
@@ -354,8 +356,8 @@ TEST(HostilePage, LateAnswersReachOnlyOpenPagesOnce) {
         size_t delivered;
     } kSteps[] = {
         // clang-format off
-        {kStart, "selectFile", "late-1", "w-a", 0}, {kFinish, "", "late-1", "w-a", 1},
-        {kFinish, "", "late-1", "w-a", 0}, {kStart, "showCommonTip", "tip-1", "w-a", 0},
+        {kStart, "selectFile", kForged, "w-a", 0}, {kFinish, "", kForged, "w-a", 1},
+        {kFinish, "", kForged, "w-a", 0}, {kStart, "showCommonTip", "tip-1", "w-a", 0},
         {kFinish, "", "tip-1", "w-a", 1}, {kFinish, "", "tip-1", "w-a", 0},
         {kStart, "uploadFile", "late-2", "w-a", 0}, {kStart, "saveFile", "late-3", "w-b", 0},
         {kClose, "", "", "w-a", 0}, {kFinish, "", "late-2", "w-a", 0},
@@ -394,6 +396,9 @@ TEST(HostilePage, LateAnswersReachOnlyOpenPagesOnce) {
     EXPECT_EQ(log->Matching("[MoxH5] Dropped repeated answer: worker[1]").size(), 1u);
     EXPECT_EQ(log->Matching("[MoxH5] Dropped repeated answer: ticket[").size(), 1u);
     EXPECT_EQ(log->Matching("[MoxH5] Dropped answer for closed page: worker[1]").size(), 1u);
+    for (const MoxLogRecord& line : log->Records()) {
+        EXPECT_EQ(line.text.find('\n'), std::string::npos) << line.text;
+    }
 }
 
 }  // namespace

@@ -91,8 +91,7 @@ thread_local std::string t_lastError;
 // A failure: its text, for moxh5_last_error and a log line at 400.
 int Fail(int code, const char* function, const std::string& what) {
     t_lastError = std::string(function) + ": " + what;
-    CMoxLog::MoxLogFormat(LOG_PRIORITY_WARNING, __FILE__, __LINE__, function, "[MoxH5] %s",
-                          t_lastError.c_str());
+    MOX_LOG(LOG_PRIORITY_WARNING, function, "[MoxH5] %s", t_lastError.c_str());
     return code;
 }
 

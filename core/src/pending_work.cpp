@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "core/detail/answer.h"
+#include "core/detail/diagnostics.h"
 #include "core/detail/no_throw.h"
 #include "core/detail/page_policy.h"
 
@@ -407,16 +408,15 @@ void LogDroppedAnswer(const char* what, const MoxPageIdentity& page) noexcept {
     CatchAll("LogDroppedAnswer", [&] {
         if (page.callbackid.empty() && page.ticket != 0) {
             // Work no longer recorded: its number is all there is to say.
-            CMoxLog::MoxLogFormat(LOG_PRIORITY_WARNING, __FILE__, __LINE__, "LogDroppedAnswer",
-                                  "[MoxH5] Dropped %s: ticket[%llu]", what,
-                                  static_cast<unsigned long long>(page.ticket));
+            MOX_LOG(LOG_PRIORITY_WARNING, "LogDroppedAnswer", "[MoxH5] Dropped %s: ticket[%llu]",
+                    what, static_cast<unsigned long long>(page.ticket));
             return;
         }
-        CMoxLog::MoxLogFormat(LOG_PRIORITY_WARNING, __FILE__, __LINE__, "LogDroppedAnswer",
-                              "[MoxH5] Dropped %s: worker[%d] webindex[%d] workerid[%.64s] "
-                              "callbackid[%.64s]",
-                              what, page.isWorker ? 1 : 0, page.webindex, page.workerid.c_str(),
-                              page.callbackid.c_str());
+        // The ids are the page's own text: the log guard keeps the line one line.
+        MOX_LOG(LOG_PRIORITY_WARNING, "LogDroppedAnswer",
+                "[MoxH5] Dropped %s: worker[%d] webindex[%d] workerid[%.64s] callbackid[%.64s]",
+                what, page.isWorker ? 1 : 0, page.webindex, page.workerid.c_str(),
+                page.callbackid.c_str());
     });
 }
 
