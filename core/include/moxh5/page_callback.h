@@ -28,8 +28,10 @@
 //     given lately (the last 4096 answers are remembered). Risk left to a
 //     host that answers through the pointer: once a reloaded page has made a
 //     call under the same callback id, a late answer of its predecessor's
-//     work under that id reaches the reloaded page. Hosts that keep the
-//     MoxPageIdentity and call AnswerPage never take that risk.
+//     work under that id reaches the reloaded page. A host that answers with
+//     AnswerPage never takes that risk: every operation that finishes later
+//     either hands it the MoxPageIdentity or lets it ask for one
+//     (moxh5::CurrentPage, below), ticket included.
 //   - Any other answer (the unified answer right after a call, a host
 //     answering on its own) is delivered as it is.
 // Every drop is logged at priority 400 ("[MoxH5] Dropped ..."). Work is
