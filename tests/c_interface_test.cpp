@@ -473,8 +473,8 @@ TEST(ActionDefaults, CurrentPageNamesTheCallingAndTheAnsweredPage) {
     EXPECT_FALSE(moxh5::CurrentPage(outside));
     Json::Value response(Json::objectValue);
     response["status"] = 200;
-    EXPECT_TRUE(AnswerPage(host.handed, true, response));
-    EXPECT_FALSE(AnswerPage(host.handed, true, response));  // exactly once
+    EXPECT_TRUE(moxh5::AnswerPage(host.handed, true, response));
+    EXPECT_FALSE(moxh5::AnswerPage(host.handed, true, response));  // exactly once
     ASSERT_EQ(host.answered.size(), 1u);
     EXPECT_EQ(host.answered[0].rfind("w-2 {", 0), 0u) << host.answered[0];
     manager->SetCallback(nullptr);

@@ -9,8 +9,40 @@
 #include "tests/fakes/bridge_fixture.h"
 #include "tests/fakes/capture_sinks.h"
 
+namespace {
+
+// Code of a host that brings the library's namespace in and calls the page
+// functions unqualified: the header's global names and the namespaced ones
+// must be one function each, or these calls would be ambiguous.
+MoxPageIdentity IdentityUnqualified(const mox_h5_module_data& request) {
+    using namespace moxh5;
+    return PageIdentityOf(request);
+}
+
+bool AnswerUnqualified(const MoxPageIdentity& page, const Json::Value& answer) {
+    using namespace moxh5;
+    return AnswerPage(page, true, answer);
+}
+
+}  // namespace
+
 namespace moxh5::test {
 namespace {
+
+// Test that the global page names of the header are the namespaced functions
+// and answer a page through the library.
+TEST(HostBoundary, GlobalPageNamesAreTheNamespacedFunctions) {
+    EXPECT_EQ(&::AnswerPage, &moxh5::AnswerPage);
+    EXPECT_EQ(&::PageIdentityOf, &moxh5::PageIdentityOf);
+    RecordingHost host;
+    ScopedActionInterface installed(&host);
+    const MoxPageIdentity page =
+        IdentityUnqualified(MakeCall("setLog", ParseJson("{}"), false, "cb-u"));
+    EXPECT_TRUE(AnswerUnqualified(page, ParseJson(R"({"data":1})")));
+    const auto calls = host.CallsOf("RenderJsCallback");
+    ASSERT_EQ(calls.size(), 1u);
+    EXPECT_EQ(calls[0].args["callId"], "cb-u");
+}
 
 // Test the start-up sequence and the serving calls from outside the library.
 TEST(HostBoundary, HostDrivesTheManagerInsideTheLibrary) {

@@ -433,12 +433,12 @@ TEST(HostilePage, AReloadedPageNeverHearsItsPredecessor) {
     PendingPageWork newFile = start("selectFile", "2");
 
     EXPECT_FALSE(oldTip.tipDone(true, old));
-    EXPECT_FALSE(AnswerPage(oldFile.page, true, old));
+    EXPECT_FALSE(moxh5::AnswerPage(oldFile.page, true, old));
     oldBare.done(true, true, 7, oldBare.page.mallcsid, "3", "w-r", old);
     EXPECT_TRUE(answers().empty());
     EXPECT_TRUE(newTip.tipDone(true, fresh));
-    EXPECT_TRUE(AnswerPage(newFile.page, true, fresh));
-    EXPECT_FALSE(AnswerPage(newFile.page, true, fresh));
+    EXPECT_TRUE(moxh5::AnswerPage(newFile.page, true, fresh));
+    EXPECT_FALSE(moxh5::AnswerPage(newFile.page, true, fresh));
     ASSERT_EQ(answers().size(), 2u);
     for (const HostCall& call : answers()) {
         EXPECT_NE(call.args["data"].asString().find("new"), std::string::npos);

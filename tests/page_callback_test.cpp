@@ -5,6 +5,7 @@
 
 #include <new>
 
+#include "core/detail/page_delivery.h"
 #include "core/detail/page_policy.h"
 #include "moxh5/action_defaults.h"
 #include "tests/fakes/bridge_fixture.h"
@@ -73,6 +74,28 @@ TEST_F(PageCallbackTest, NoNeedUnifyCallBackSilencesRenderPagesOnlyAndAsynExecBo
         EXPECT_EQ(!Deliver(false, true, ParseJson(c.answer)).isNull(), c.renderCalled) << c.answer;
         EXPECT_EQ(!Deliver(true, true, ParseJson(c.answer)).isNull(), c.workerCalled) << c.answer;
     }
+}
+
+// Test that the library's internal render and worker paths answer through the
+// interface they are given, not the installed one, with the same envelope and
+// flags.
+TEST_F(PageCallbackTest, InternalPathsAnswerThroughTheGivenInterface) {
+    RecordingHost other;
+    detail::doCallBackToRender(&other, true, 3, "mall|cs", "cb-r", ParseJson(R"({"data":1})"));
+    detail::doCallBackToWorker(&other, false, 3, "mall|cs", "cb-w", "w-1", Json::Value());
+    detail::doCallBackToRender(&other, true, 3, "mall|cs", "cb-s",
+                               ParseJson(R"({"NoNeedUnifyCallBack":true})"));
+    EXPECT_TRUE(host.Calls().empty());
+    const auto render = other.CallsOf("RenderJsCallback");
+    const auto worker = other.CallsOf("WorkerJsCallback");
+    ASSERT_EQ(render.size(), 1u);
+    ASSERT_EQ(worker.size(), 1u);
+    EXPECT_EQ(render[0].args["callId"], "cb-r");
+    EXPECT_EQ(ParseJson(render[0].args["data"].asString()),
+              ParseJson(R"({"success":true,"message":"success","data":1})"));
+    EXPECT_EQ(worker[0].args["callbackid"], "cb-w");
+    EXPECT_EQ(ParseJson(worker[0].args["data"].asString()),
+              ParseJson(R"({"success":false,"message":"failed","data":null})"));
 }
 
 // Test that an empty callback id, or no action interface, makes no callback and says why.

@@ -6,6 +6,7 @@
 #include "core/detail/diagnostics.h"
 #include "core/detail/json_text.h"
 #include "core/detail/no_throw.h"
+#include "core/detail/page_delivery.h"
 #include "core/detail/page_policy.h"
 #include "core/detail/pending_work.h"
 #include "core/detail/serving_page.h"
@@ -183,11 +184,6 @@ IH5ActionImplCallBack* InstalledCallback() {
 
 }  // namespace
 
-MoxPageIdentity PageIdentityOf(const mox_h5_module_data& request) {
-    return MakeIdentity(request.isWorker, request.webindex, request.mallcsid, request.callbackid,
-                          request.workerid ? request.workerid : "");
-}
-
 bool callBackToWebPage(bool isWorker, bool success, int webindex, const std::string& mallcsid,
                        const std::string& callbackid, const std::string& workerid,
                        const Json::Value& answer) noexcept {
@@ -223,16 +219,6 @@ AnswerOutcome AnswerWork(uint64_t ticket, bool success, const Json::Value& answe
     });
 }
 
-}  // namespace moxh5::detail
-
-bool AnswerPage(const MoxPageIdentity& page, bool success, const Json::Value& answer) noexcept {
-    if (page.ticket == 0) {
-        return callBackToWebPage(page.isWorker, success, page.webindex, page.mallcsid,
-                                 page.callbackid, page.workerid, answer);
-    }
-    return moxh5::detail::AnswerWork(page.ticket, success, answer) == AnswerOutcome::kDeliver;
-}
-
 void doCallBackToRender(IH5ActionImplCallBack* callback, bool success, int webindex,
                         const std::string& mallcsid, const std::string& callId,
                         const Json::Value& answer) {
@@ -244,3 +230,22 @@ void doCallBackToWorker(IH5ActionImplCallBack* callback, bool success, int webin
                         const std::string& workerid, const Json::Value& answer) {
     AnswerByKey(callback, true, success, webindex, mallcsid, callbackid, workerid, answer);
 }
+
+}  // namespace moxh5::detail
+
+namespace moxh5 {
+
+MoxPageIdentity PageIdentityOf(const mox_h5_module_data& request) {
+    return MakeIdentity(request.isWorker, request.webindex, request.mallcsid, request.callbackid,
+                        request.workerid ? request.workerid : "");
+}
+
+bool AnswerPage(const MoxPageIdentity& page, bool success, const Json::Value& answer) noexcept {
+    if (page.ticket == 0) {
+        return callBackToWebPage(page.isWorker, success, page.webindex, page.mallcsid,
+                                 page.callbackid, page.workerid, answer);
+    }
+    return detail::AnswerWork(page.ticket, success, answer) == AnswerOutcome::kDeliver;
+}
+
+}  // namespace moxh5

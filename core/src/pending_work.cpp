@@ -423,7 +423,7 @@ void LogDroppedAnswer(const char* what, const MoxPageIdentity& page) noexcept {
 uint64_t WorkBeingHandedOver() noexcept { return t_handedOver; }
 
 LaterWork::LaterWork(const mox_h5_module_data& call, AnswerHook hook)
-    : m_page(PageIdentityOf(call)), m_hook(hook) {}
+    : m_page(moxh5::PageIdentityOf(call)), m_hook(hook) {}
 
 LaterWork::~LaterWork() {
     if (!m_open) return;

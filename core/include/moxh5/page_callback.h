@@ -19,7 +19,7 @@
 // Each piece of host work answers its page exactly once. The library records
 // the work it hands to the host, with its page, under a ticket that is never
 // reused (MoxPageIdentity::ticket):
-//   - AnswerPage(page, ...) with the identity the host was handed answers that
+//   - moxh5::AnswerPage(page, ...) with the identity the host was handed answers that
 //     very work: a second answer, or one for work of a page that closed or
 //     reloaded since (MoxModuleManager::PageClosed), is dropped.
 //   - The bare function pointer (`done`, i.e. callBackToWebPage) answers the
@@ -29,8 +29,8 @@
 //     host that answers through the pointer: once a reloaded page has made a
 //     call under the same callback id, a late answer of its predecessor's
 //     work under that id reaches the reloaded page. A host that answers with
-//     AnswerPage never takes that risk: every operation that finishes later
-//     either hands it the MoxPageIdentity or lets it ask for one
+//     moxh5::AnswerPage never takes that risk: every operation that finishes
+//     later either hands it the MoxPageIdentity or lets it ask for one
 //     (moxh5::CurrentPage, below), ticket included.
 //   - Any other answer (the unified answer right after a call, a host
 //     answering on its own) is delivered as it is.
@@ -54,8 +54,6 @@
 #include "moxh5/export.h"
 #include "moxh5/records.h"
 
-class IH5ActionImplCallBack;
-
 // The signature of callBackToWebPage, as the host receives it. (The library's
 // functions are noexcept; they convert to this type.)
 using MoxPageCallbackFn = bool (*)(bool isWorker, bool success, int webindex,
@@ -70,12 +68,10 @@ struct MoxPageIdentity {
     std::string mallcsid;
     std::string callbackid;
     std::string workerid;
-    // The work this identity was handed with (0: none): AnswerPage answers
-    // exactly that work.
+    // The work this identity was handed with (0: none): moxh5::AnswerPage
+    // answers exactly that work.
     uint64_t ticket = 0;
 };
-
-MOXH5_API MoxPageIdentity PageIdentityOf(const mox_h5_module_data& request);
 
 // Returns true when the answer was passed on to the render or worker path
 // (which may still decide to stay silent), false when there is no action
@@ -84,13 +80,18 @@ MOXH5_API bool callBackToWebPage(bool isWorker, bool success, int webindex,
                                  const std::string& mallcsid, const std::string& callbackid,
                                  const std::string& workerid, const Json::Value& answer) noexcept;
 
+namespace moxh5 {
+
+// The identity of the page that made `request`, with no ticket. The library
+// hands the host identities with tickets (the `page` arguments of the action
+// interface); a host that answers on its own builds one with this.
+MOXH5_API MoxPageIdentity PageIdentityOf(const mox_h5_module_data& request);
+
 // Answers the work `page` was handed with (see above); an identity with no
 // ticket answers as callBackToWebPage does. Returns true when the answer was
 // passed on.
 MOXH5_API bool AnswerPage(const MoxPageIdentity& page, bool success,
                           const Json::Value& answer) noexcept;
-
-namespace moxh5 {
 
 // The page the library is serving on this thread, for a host that wants to
 // know whom an operation or an answer is for: to parent a toast, tip or
@@ -109,10 +110,15 @@ MOXH5_API bool CurrentPage(MoxPageIdentity& page) noexcept;
 
 }  // namespace moxh5
 
-void doCallBackToRender(IH5ActionImplCallBack* callback, bool success, int webindex,
-                        const std::string& mallcsid, const std::string& callId,
-                        const Json::Value& answer);
-
-void doCallBackToWorker(IH5ActionImplCallBack* callback, bool success, int webindex,
-                        const std::string& mallcsid, const std::string& callbackid,
-                        const std::string& workerid, const Json::Value& answer);
+// Write moxh5::AnswerPage and moxh5::PageIdentityOf. The global names below
+// are the same two functions under the names earlier releases declared, kept
+// so that host code written against those releases still compiles (also with
+// `using namespace moxh5;`, as both names denote one function). The library
+// also still exports the functions under their earlier global symbols, so a
+// host built against an earlier release keeps loading. A host that wants the
+// global namespace left alone defines MOXH5_NO_GLOBAL_PAGE_NAMES before
+// including this header.
+#ifndef MOXH5_NO_GLOBAL_PAGE_NAMES
+using moxh5::AnswerPage;
+using moxh5::PageIdentityOf;
+#endif
