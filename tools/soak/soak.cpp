@@ -28,6 +28,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -275,6 +276,7 @@ public:
 private:
     static constexpr uint32_t kSlots = 12;
     static constexpr size_t kMaxOutstanding = 4096;  // the host's backlog of later work
+    static constexpr double kGraceSeconds = 60;     // to wind down once the time is up
 
     struct Outcome {
         bool hostGone = false, registered = false, later = false, ownPath = false;
@@ -323,6 +325,7 @@ private:
     std::atomic<size_t> m_poolSize{0};
 
     std::atomic<bool> m_stop{false}, m_draining{false};
+    std::atomic<const char*> m_stage{"calling"};
 
     struct Counts {
         std::atomic<uint64_t> calls{0}, answers{0}, answeredNow{0}, answeredLater{0},
@@ -822,6 +825,20 @@ bool Soak::Run(double seconds) {
         completers.emplace_back(&Soak::Completer, this, seed * 3 + 2 * static_cast<uint64_t>(i));
     }
     std::thread closer(&Soak::Closer, this, seed * 5);
+    // A run that hangs (a close waiting for a delivery that never ends, a
+    // destroy waiting for a call) is a failure too, not a stuck CI job.
+    std::mutex finishedMutex;
+    std::condition_variable finishedSignal;
+    bool finished = false;
+    std::thread watchdog([&] {
+        std::unique_lock<std::mutex> lock(finishedMutex);
+        const auto limit = std::chrono::duration<double>(seconds + kGraceSeconds);
+        if (finishedSignal.wait_for(lock, limit, [&] { return finished; })) return;
+        Violation("no progress %.0f s after the end of the run, while %s", kGraceSeconds,
+                  m_stage.load());
+        std::fflush(stdout);
+        std::_Exit(3);
+    });
 
     // Pending work is bounded by what the host holds: a leak would outgrow it.
     const Clock::time_point start = Clock::now();
@@ -839,11 +856,15 @@ bool Soak::Run(double seconds) {
         }
     }
     m_stop = true;
+    m_stage = "stopping the callers";
     for (std::thread& t : callers) t.join();
+    m_stage = "stopping the closer";
     closer.join();
+    m_stage = "completing the work left";
     m_draining = true;
     for (std::thread& t : completers) t.join();
     const double elapsed = std::chrono::duration<double>(Clock::now() - start).count();
+    m_stage = "closing every page";
     FinalChecks();
     if (m_c) {
         HostState* last = m_current.load();
@@ -853,6 +874,12 @@ bool Soak::Run(double seconds) {
     } else {
         MoxModuleManager::GetInstance()->SetCallback(nullptr);
     }
+    {
+        std::lock_guard<std::mutex> lock(finishedMutex);
+        finished = true;
+    }
+    finishedSignal.notify_all();
+    watchdog.join();
 
     const Counts& c = m_counts;
     std::printf("%s interface: %.1f s, %d calling, %d completing, 1 closing thread\n",
