@@ -243,8 +243,8 @@ public:
         OnAnswer(m_hosts.front().get(), 0, mallcsid.c_str(), webindex, callId.c_str(),
                  data.c_str());
     }
-    void WorkerJsCallback(const std::string& mallcsid, int webindex,
-                          const std::string& callbackid, const std::string& data) override {
+    void WorkerJsCallback(const std::string& mallcsid, int webindex, const std::string& callbackid,
+                          const std::string& data) override {
         OnAnswer(m_hosts.front().get(), 1, mallcsid.c_str(), webindex, callbackid.c_str(),
                  data.c_str());
     }
@@ -276,7 +276,7 @@ public:
 private:
     static constexpr uint32_t kSlots = 12;
     static constexpr size_t kMaxOutstanding = 4096;  // the host's backlog of later work
-    static constexpr double kGraceSeconds = 60;     // to wind down once the time is up
+    static constexpr double kGraceSeconds = 60;      // to wind down once the time is up
 
     struct Outcome {
         bool hostGone = false, registered = false, later = false, ownPath = false;
@@ -328,9 +328,9 @@ private:
     std::atomic<const char*> m_stage{"calling"};
 
     struct Counts {
-        std::atomic<uint64_t> calls{0}, answers{0}, answeredNow{0}, answeredLater{0},
-            refused{0}, completions{0}, refusedAgain{0}, staleTokens{0}, closes{0},
-            closedUnanswered{0}, hosts{0};
+        std::atomic<uint64_t> calls{0}, answers{0}, answeredNow{0}, answeredLater{0}, refused{0},
+            completions{0}, refusedAgain{0}, staleTokens{0}, closes{0}, closedUnanswered{0},
+            hosts{0};
     } m_counts;
     size_t m_peakOutstanding = 0, m_peakPending = 0;
     Clock::duration m_longestDestroy{};
@@ -439,8 +439,8 @@ void Soak::Complete(Work& work, uint64_t& rng) {
     Slot& slot = m_slots[work.slot];
     const bool hostWasDead = work.host->dead;
     bool done = false;  // the library says the answer went on (or the page was closed)
-    const std::string marker = "[" + std::to_string(work.n) + "," + std::to_string(work.gen) +
-                               "," + std::to_string(work.host->epoch) + "," +
+    const std::string marker = "[" + std::to_string(work.n) + "," + std::to_string(work.gen) + "," +
+                               std::to_string(work.host->epoch) + "," +
                                (work.success ? "1]" : "0]");
     Json::Value answer(Json::objectValue);
     if (work.via != Via::kToken) {
@@ -466,12 +466,16 @@ void Soak::Complete(Work& work, uint64_t& rng) {
             if (!done && hostWasDead) ++m_counts.staleTokens;
             break;
         }
-        case Via::kIdentity: done = AnswerPage(work.page, work.success, answer); break;
-        case Via::kTip: done = work.tip(work.success, answer); break;
+        case Via::kIdentity:
+            done = AnswerPage(work.page, work.success, answer);
+            break;
+        case Via::kTip:
+            done = work.tip(work.success, answer);
+            break;
         case Via::kPointer:
             done = callBackToWebPage(work.page.isWorker, work.success, work.page.webindex,
-                                     work.page.mallcsid, work.page.callbackid,
-                                     work.page.workerid, answer);
+                                     work.page.mallcsid, work.page.callbackid, work.page.workerid,
+                                     answer);
             break;
     }
     if (work.mustRefuse) {
@@ -489,11 +493,12 @@ void Soak::Complete(Work& work, uint64_t& rng) {
         std::lock_guard<std::mutex> lock(slot.book);
         const auto it = slot.calls.find(work.n);
         if (!done || (it != slot.calls.end() && it->second.answers == 0)) {
-            Violation("call %llu (%s, %s): completion returned (%s) but the open page heard "
-                      "nothing",
-                      (unsigned long long)work.n, slot.name.c_str(),
-                      kShapes[it != slot.calls.end() ? it->second.shape : 0].method,
-                      done ? "accepted" : "refused");
+            Violation(
+                "call %llu (%s, %s): completion returned (%s) but the open page heard "
+                "nothing",
+                (unsigned long long)work.n, slot.name.c_str(),
+                kShapes[it != slot.calls.end() ? it->second.shape : 0].method,
+                done ? "accepted" : "refused");
         }
     }
     // Some work is completed a second time, later: that must do nothing.
@@ -695,8 +700,9 @@ void Soak::Settle(Slot& slot, const Plan& plan, size_t shape, const Outcome& out
     switch (expect) {
         case Expect::kNow:
             if (call.answers != 1) {
-                Violation("call %llu (%s, %s) answered %d times at once", (unsigned long long)plan.n,
-                          slot.name.c_str(), kShapes[shape].method, call.answers);
+                Violation("call %llu (%s, %s) answered %d times at once",
+                          (unsigned long long)plan.n, slot.name.c_str(), kShapes[shape].method,
+                          call.answers);
             } else if (plan.handedOver && !plan.accept && call.lastSuccess) {
                 Violation("call %llu (%s): refused work answered as a success",
                           (unsigned long long)plan.n, kShapes[shape].method);
@@ -790,9 +796,8 @@ void Soak::FinalChecks() {
         for (const auto& [n, call] : slot.calls) {
             if (m_hosts[call.epoch - 1]->dead) continue;
             if (call.expect != Expect::kLater || call.answers != 1) {
-                Violation("call %llu (%s, %s, generation %u) never answered",
-                          (unsigned long long)n, slot.name.c_str(), kShapes[call.shape].method,
-                          call.gen);
+                Violation("call %llu (%s, %s, generation %u) never answered", (unsigned long long)n,
+                          slot.name.c_str(), kShapes[call.shape].method, call.gen);
             }
         }
     }
@@ -888,15 +893,17 @@ bool Soak::Run(double seconds) {
                 (unsigned long long)c.calls.load(), double(c.calls.load()) / elapsed,
                 (unsigned long long)c.answers.load(), (unsigned long long)c.answeredNow.load(),
                 (unsigned long long)c.answeredLater.load());
-    std::printf("  later work refused %llu, completed %llu; completions refused as they must be "
-                "(second, withdrawn) %llu, tokens of destroyed hosts %llu\n",
-                (unsigned long long)c.refused.load(), (unsigned long long)c.completions.load(),
-                (unsigned long long)c.refusedAgain.load(), (unsigned long long)c.staleTokens.load());
-    std::printf("  page reloads %llu (calls still out when their page closed %llu); hosts %llu, "
-                "longest destroy %.1f ms\n",
-                (unsigned long long)c.closes.load(), (unsigned long long)c.closedUnanswered.load(),
-                (unsigned long long)c.hosts.load(),
-                std::chrono::duration<double, std::milli>(m_longestDestroy).count());
+    std::printf(
+        "  later work refused %llu, completed %llu; completions refused as they must be "
+        "(second, withdrawn) %llu, tokens of destroyed hosts %llu\n",
+        (unsigned long long)c.refused.load(), (unsigned long long)c.completions.load(),
+        (unsigned long long)c.refusedAgain.load(), (unsigned long long)c.staleTokens.load());
+    std::printf(
+        "  page reloads %llu (calls still out when their page closed %llu); hosts %llu, "
+        "longest destroy %.1f ms\n",
+        (unsigned long long)c.closes.load(), (unsigned long long)c.closedUnanswered.load(),
+        (unsigned long long)c.hosts.load(),
+        std::chrono::duration<double, std::milli>(m_longestDestroy).count());
     std::printf("  peak outstanding host work %zu; peak library pending work %zu, left %zu\n",
                 m_peakOutstanding, m_peakPending, moxh5::detail::PendingWorkCount());
     return ViolationCount() == before;
@@ -916,7 +923,8 @@ long PeakRssKb() {
 }
 
 int Usage() {
-    std::fprintf(stderr, "usage: moxh5-soak [--seconds N] [--interface c|cpp|both] [--threads N]\n");
+    std::fprintf(stderr,
+                 "usage: moxh5-soak [--seconds N] [--interface c|cpp|both] [--threads N]\n");
     return 2;
 }
 
