@@ -28,6 +28,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cinttypes>
 #include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
@@ -240,13 +241,11 @@ public:
     // ---- the C++ host -----
     void RenderJsCallback(const std::string& mallcsid, int webindex, const std::string& callId,
                           const std::string& data) override {
-        OnAnswer(m_hosts.front().get(), 0, mallcsid.c_str(), webindex, callId.c_str(),
-                 data.c_str());
+        OnAnswer(m_current.load(), 0, mallcsid.c_str(), webindex, callId.c_str(), data.c_str());
     }
     void WorkerJsCallback(const std::string& mallcsid, int webindex, const std::string& callbackid,
                           const std::string& data) override {
-        OnAnswer(m_hosts.front().get(), 1, mallcsid.c_str(), webindex, callbackid.c_str(),
-                 data.c_str());
+        OnAnswer(m_current.load(), 1, mallcsid.c_str(), webindex, callbackid.c_str(), data.c_str());
     }
     bool SelectFile(const std::string&, const MoxPageIdentity& page, MoxPageCallbackFn) override {
         return HandOverIdentity(page);
@@ -275,7 +274,8 @@ public:
 
 private:
     static constexpr uint32_t kSlots = 12;
-    static constexpr size_t kMaxOutstanding = 4096;  // the host's backlog of later work
+    static constexpr size_t kBacklog = 256;          // later work the host sits on...
+    static constexpr size_t kMaxOutstanding = 4096;  // ...and the most before callers wait
     static constexpr double kGraceSeconds = 60;      // to wind down once the time is up
 
     struct Outcome {
@@ -480,8 +480,9 @@ void Soak::Complete(Work& work, uint64_t& rng) {
     }
     if (work.mustRefuse) {
         if (done) {
-            Violation("call %llu (%s): a completion of answered or refused work was accepted",
-                      (unsigned long long)work.n, slot.name.c_str());
+            Violation("call %" PRIu64
+                      " (%s): a completion of answered or refused work was accepted",
+                      work.n, slot.name.c_str());
         }
         ++m_counts.refusedAgain;
         return;
@@ -493,12 +494,12 @@ void Soak::Complete(Work& work, uint64_t& rng) {
         std::lock_guard<std::mutex> lock(slot.book);
         const auto it = slot.calls.find(work.n);
         if (!done || (it != slot.calls.end() && it->second.answers == 0)) {
-            Violation(
-                "call %llu (%s, %s): completion returned (%s) but the open page heard "
-                "nothing",
-                (unsigned long long)work.n, slot.name.c_str(),
-                kShapes[it != slot.calls.end() ? it->second.shape : 0].method,
-                done ? "accepted" : "refused");
+            Violation("call %" PRIu64
+                      " (%s, %s): completion returned (%s) but the open page heard "
+                      "nothing",
+                      work.n, slot.name.c_str(),
+                      kShapes[it != slot.calls.end() ? it->second.shape : 0].method,
+                      done ? "accepted" : "refused");
         }
     }
     // Some work is completed a second time, later: that must do nothing.
@@ -537,36 +538,36 @@ void Soak::OnAnswer(HostState* host, int isWorker, const char* mallcsid, int web
         marker.epoch = plan->host->epoch;
     }
     if (marker.epoch != host->epoch) {
-        Violation("call %llu of host %llu answered through host %u", (unsigned long long)marker.n,
-                  (unsigned long long)marker.epoch, host->epoch);
+        Violation("call %" PRIu64 " of host %" PRIu64 " answered through host %u", marker.n,
+                  marker.epoch, host->epoch);
     }
     const bool success = std::strstr(data, "\"success\":true") != nullptr;
     std::lock_guard<std::mutex> lock(slot.book);
     const auto it = slot.calls.find(marker.n);
     if (it == slot.calls.end()) {
         if (marker.gen <= slot.closedGen) {
-            Violation("call %llu of generation %llu of page %s answered after the page closed",
-                      (unsigned long long)marker.n, (unsigned long long)marker.gen,
-                      slot.name.c_str());
+            Violation("call %" PRIu64 " of generation %" PRIu64
+                      " of page %s answered after the page closed",
+                      marker.n, marker.gen, slot.name.c_str());
         } else {
-            Violation("call %llu of page %s answered again (or never made): %s",
-                      (unsigned long long)marker.n, slot.name.c_str(), data);
+            Violation("call %" PRIu64 " of page %s answered again (or never made): %s", marker.n,
+                      slot.name.c_str(), data);
         }
         return;
     }
     CallRec& call = it->second;
     call.lastSuccess = success;
     if (++call.answers > 1) {
-        Violation("call %llu (%s, %s) answered twice", (unsigned long long)marker.n,
-                  slot.name.c_str(), kShapes[call.shape].method);
+        Violation("call %" PRIu64 " (%s, %s) answered twice", marker.n, slot.name.c_str(),
+                  kShapes[call.shape].method);
     }
     if (call.gen != marker.gen) {
-        Violation("call %llu of generation %u answered as generation %llu",
-                  (unsigned long long)marker.n, call.gen, (unsigned long long)marker.gen);
+        Violation("call %" PRIu64 " of generation %u answered as generation %" PRIu64 "", marker.n,
+                  call.gen, marker.gen);
     }
     if (marker.success >= 0 && (marker.success != 0) != success) {
-        Violation("call %llu completed with success %d reached its page with %d",
-                  (unsigned long long)marker.n, marker.success, success ? 1 : 0);
+        Violation("call %" PRIu64 " completed with success %d reached its page with %d", marker.n,
+                  marker.success, success ? 1 : 0);
     }
     if (call.expect == Expect::kLater) {
         ++m_counts.answeredLater;
@@ -684,13 +685,13 @@ void Soak::Settle(Slot& slot, const Plan& plan, size_t shape, const Outcome& out
     if (!outcome.hostGone && plan.handedOver) {
         const bool later = plan.accept || plan.answeredInside;
         if (later != (expect == Expect::kLater)) {
-            Violation("call %llu (%s): work %s by the host, yet the call is answered %s",
-                      (unsigned long long)plan.n, kShapes[shape].method,
-                      plan.accept ? "accepted" : "refused", later ? "at once" : "later");
+            Violation("call %" PRIu64 " (%s): work %s by the host, yet the call is answered %s",
+                      plan.n, kShapes[shape].method, plan.accept ? "accepted" : "refused",
+                      later ? "at once" : "later");
         }
     } else if (expect == Expect::kLater && !outcome.hostGone) {
-        Violation("call %llu (%s) is to be answered later, but no work reached the host",
-                  (unsigned long long)plan.n, kShapes[shape].method);
+        Violation("call %" PRIu64 " (%s) is to be answered later, but no work reached the host",
+                  plan.n, kShapes[shape].method);
     }
     std::lock_guard<std::mutex> lock(slot.book);
     const auto it = slot.calls.find(plan.n);
@@ -700,20 +701,20 @@ void Soak::Settle(Slot& slot, const Plan& plan, size_t shape, const Outcome& out
     switch (expect) {
         case Expect::kNow:
             if (call.answers != 1) {
-                Violation("call %llu (%s, %s) answered %d times at once",
-                          (unsigned long long)plan.n, slot.name.c_str(), kShapes[shape].method,
-                          call.answers);
+                Violation("call %" PRIu64 " (%s, %s) answered %d times at once", plan.n,
+                          slot.name.c_str(), kShapes[shape].method, call.answers);
             } else if (plan.handedOver && !plan.accept && call.lastSuccess) {
-                Violation("call %llu (%s): refused work answered as a success",
-                          (unsigned long long)plan.n, kShapes[shape].method);
+                Violation("call %" PRIu64 " (%s): refused work answered as a success", plan.n,
+                          kShapes[shape].method);
             }
             ++m_counts.answeredNow;
             slot.calls.erase(it);
             break;
         case Expect::kNone:
             if (call.answers != 0) {
-                Violation("call %llu (%s) answered by the library though the host answers it",
-                          (unsigned long long)plan.n, kShapes[shape].method);
+                Violation("call %" PRIu64
+                          " (%s) answered by the library though the host answers it",
+                          plan.n, kShapes[shape].method);
             }
             slot.calls.erase(it);
             break;
@@ -738,7 +739,10 @@ void Soak::Completer(uint64_t seed) {
     uint64_t rng = seed;
     Work work;
     for (;;) {
-        if (Pop(rng, work)) {
+        // A backlog of work keeps pages closing, and hosts going, with work out.
+        if (!m_draining && m_poolSize.load() < kBacklog) {
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
+        } else if (Pop(rng, work)) {
             Complete(work, rng);
         } else if (m_draining) {
             return;
@@ -796,7 +800,7 @@ void Soak::FinalChecks() {
         for (const auto& [n, call] : slot.calls) {
             if (m_hosts[call.epoch - 1]->dead) continue;
             if (call.expect != Expect::kLater || call.answers != 1) {
-                Violation("call %llu (%s, %s, generation %u) never answered", (unsigned long long)n,
+                Violation("call %" PRIu64 " (%s, %s, generation %u) never answered", n,
                           slot.name.c_str(), kShapes[call.shape].method, call.gen);
             }
         }
@@ -889,21 +893,21 @@ bool Soak::Run(double seconds) {
     const Counts& c = m_counts;
     std::printf("%s interface: %.1f s, %d calling, %d completing, 1 closing thread\n",
                 m_c ? "C" : "C++", elapsed, m_callers, std::max(1, m_callers / 4));
-    std::printf("  calls %llu (%.0f/s); answers %llu: at once %llu, later %llu\n",
-                (unsigned long long)c.calls.load(), double(c.calls.load()) / elapsed,
-                (unsigned long long)c.answers.load(), (unsigned long long)c.answeredNow.load(),
-                (unsigned long long)c.answeredLater.load());
-    std::printf(
-        "  later work refused %llu, completed %llu; completions refused as they must be "
-        "(second, withdrawn) %llu, tokens of destroyed hosts %llu\n",
-        (unsigned long long)c.refused.load(), (unsigned long long)c.completions.load(),
-        (unsigned long long)c.refusedAgain.load(), (unsigned long long)c.staleTokens.load());
-    std::printf(
-        "  page reloads %llu (calls still out when their page closed %llu); hosts %llu, "
-        "longest destroy %.1f ms\n",
-        (unsigned long long)c.closes.load(), (unsigned long long)c.closedUnanswered.load(),
-        (unsigned long long)c.hosts.load(),
-        std::chrono::duration<double, std::milli>(m_longestDestroy).count());
+    std::printf("  calls %" PRIu64 " (%.0f/s); answers %" PRIu64 ": at once %" PRIu64
+                ", later %" PRIu64 "\n",
+                c.calls.load(), double(c.calls.load()) / elapsed, c.answers.load(),
+                c.answeredNow.load(), c.answeredLater.load());
+    std::printf("  later work refused %" PRIu64 ", completed %" PRIu64
+                "; completions refused as they must be "
+                "(second, withdrawn) %" PRIu64 ", tokens of destroyed hosts %" PRIu64 "\n",
+                c.refused.load(), c.completions.load(), c.refusedAgain.load(),
+                c.staleTokens.load());
+    std::printf("  page reloads %" PRIu64 " (calls still out when their page closed %" PRIu64
+                "); hosts %" PRIu64
+                ", "
+                "longest destroy %.1f ms\n",
+                c.closes.load(), c.closedUnanswered.load(), c.hosts.load(),
+                std::chrono::duration<double, std::milli>(m_longestDestroy).count());
     std::printf("  peak outstanding host work %zu; peak library pending work %zu, left %zu\n",
                 m_peakOutstanding, m_peakPending, moxh5::detail::PendingWorkCount());
     return ViolationCount() == before;
@@ -959,9 +963,8 @@ int main(int argc, char** argv) {
     // The C interface first: it registers the modules, which the C++ run reuses.
     if (interfaces != "cpp") Soak(true, callers).Run(share);
     if (interfaces != "c") Soak(false, callers).Run(share);
-    std::printf("late answers dropped for closed pages %llu, other drops %llu\n",
-                (unsigned long long)log->closedDrops.load(),
-                (unsigned long long)log->otherDrops.load());
+    std::printf("late answers dropped for closed pages %" PRIu64 ", other drops %" PRIu64 "\n",
+                log->closedDrops.load(), log->otherDrops.load());
     std::printf("peak RSS (VmHWM) %ld kB; violations %zu\n", PeakRssKb(), ViolationCount());
     CMoxLog::SetSink(nullptr);
     return ViolationCount() == 0 ? 0 : 1;
