@@ -330,7 +330,7 @@ private:
     struct Counts {
         std::atomic<uint64_t> calls{0}, answers{0}, answeredNow{0}, answeredLater{0}, refused{0},
             completions{0}, refusedAgain{0}, staleTokens{0}, closes{0}, closedUnanswered{0},
-            hosts{0};
+            hosts{0}, hostGone{0};
     } m_counts;
     size_t m_peakOutstanding = 0, m_peakPending = 0;
     Clock::duration m_longestDestroy{};
@@ -666,6 +666,7 @@ void Soak::CallOnce(uint64_t& rng) {
     ++m_counts.calls;
     Settle(slot, plan, shape, outcome);
     for (Work& work : plan.refused) Push(std::move(work));
+    if (outcome.hostGone) std::this_thread::yield();  // the next host is on its way
 }
 
 // What the page must have heard once its call returned.
@@ -674,6 +675,7 @@ void Soak::Settle(Slot& slot, const Plan& plan, size_t shape, const Outcome& out
     if (outcome.hostGone) {
         if (!plan.host->destroying) Violation("a call was refused while its host was live");
         expect = Expect::kHostGone;
+        ++m_counts.hostGone;
     } else if (!outcome.registered) {
         Violation("module %s not registered", kShapes[shape].module);
         expect = Expect::kNone;
@@ -893,9 +895,11 @@ bool Soak::Run(double seconds) {
     const Counts& c = m_counts;
     std::printf("%s interface: %.1f s, %d calling, %d completing, 1 closing thread\n",
                 m_c ? "C" : "C++", elapsed, m_callers, std::max(1, m_callers / 4));
-    std::printf("  calls %" PRIu64 " (%.0f/s); answers %" PRIu64 ": at once %" PRIu64
-                ", later %" PRIu64 "\n",
-                c.calls.load(), double(c.calls.load()) / elapsed, c.answers.load(),
+    const uint64_t served = c.calls.load() - c.hostGone.load();
+    std::printf("  calls %" PRIu64 " (%.0f/s), and %" PRIu64
+                " refused by a host being "
+                "destroyed; answers %" PRIu64 ": at once %" PRIu64 ", later %" PRIu64 "\n",
+                served, double(served) / elapsed, c.hostGone.load(), c.answers.load(),
                 c.answeredNow.load(), c.answeredLater.load());
     std::printf("  later work refused %" PRIu64 ", completed %" PRIu64
                 "; completions refused as they must be "
