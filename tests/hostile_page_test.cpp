@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <map>
 
+#include "core/detail/pending_work.h"
 #include "moxh5/platform.h"
 #include "tests/fakes/capture_sinks.h"
 #include "tests/fakes/native_case.h"
@@ -442,6 +443,40 @@ TEST(HostilePage, AReloadedPageNeverHearsItsPredecessor) {
     ASSERT_EQ(answers().size(), 2u);
     for (const HostCall& call : answers()) {
         EXPECT_NE(call.args["data"].asString().find("new"), std::string::npos);
+    }
+}
+
+}  // namespace
+}  // namespace moxh5::test
+
+namespace moxh5::test {
+namespace {
+
+// Test that a reloaded page's first call under the id of its predecessor's
+// only outstanding work forgets that work, the last record of the page,
+// without touching the page's record after it is gone: the late answer is
+// dropped and nothing stays pending.
+TEST(HostilePage, ANewCallForgetsThePredecessorsLastWork) {
+    RecordingHost host;
+    ScopedActionInterface installed(&host);
+    ScopedLogCapture log;
+    const size_t pendingBefore = moxh5::detail::PendingWorkCount();
+    for (const bool isWorker : {false, true}) {
+        host.ClearCalls();
+        mox_h5_module_data call = MakeCall("selectFile", ParseJson("{}"), isWorker, "only");
+        call.webindex = 31;
+        Json::Value answer;
+        RunCall("JSCallNative", call, answer);
+        const PendingPageWork old = host.TakePending().at(0);
+        ReadySingleton().PageClosed(isWorker, 31, call.workerid ? call.workerid : "");
+        call.payload["method"] = "showToast";
+        answer = Json::Value(Json::objectValue);
+        const bool handled = RunCall("JSCallNative", call, answer);
+        callBackToWebPage(isWorker, handled, 31, call.mallcsid, "only",
+                          call.workerid ? call.workerid : "", answer);
+        EXPECT_FALSE(AnswerPage(old.page, true, ParseJson(R"({"data":"old"})")));
+        EXPECT_EQ(host.CountOf(isWorker ? "WorkerJsCallback" : "RenderJsCallback"), 1u);
+        EXPECT_EQ(moxh5::detail::PendingWorkCount(), pendingBefore) << isWorker;
     }
 }
 

@@ -5,6 +5,9 @@
 #   clang      Linux release build with clang, standard C++17, -Werror
 #   asan       Linux build with AddressSanitizer + UndefinedBehaviorSanitizer
 #   tsan       Linux build with ThreadSanitizer (the concurrency test above all)
+#   soak       after the asan and tsan tests, moxh5-soak for 30 seconds each
+#              (MOXH5_SOAK_SECONDS): many threads calling, completing and
+#              closing pages, every page call answered exactly once
 #   mingw-x64  Windows x86_64 cross build; tests and the installed package's
 #              consumer run under Wine
 #   mingw-x86  Windows i686 cross build; its tests run under 32-bit Wine where
@@ -30,6 +33,14 @@ for preset in dev clang asan tsan mingw-x64; do
     cmake --preset "$preset" >/dev/null
     cmake --build --preset "$preset"
     ctest --preset "$preset"
+    case "$preset" in
+        asan | tsan)
+            step "soak under $preset, ${MOXH5_SOAK_SECONDS:-30} seconds"
+            ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+            TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
+                "build/$preset/bin/moxh5-soak" --seconds "${MOXH5_SOAK_SECONDS:-30}" --interface both
+            ;;
+    esac
 done
 
 step "consumers: the installed package (Linux, mingw-x64 under Wine) and a subproject build"

@@ -202,14 +202,19 @@ public:
     void NewCall(const AnswerKey& key) {
         std::lock_guard<std::mutex> lock(m_mutex);
         if (m_recentSet.erase(key)) Unmark(key);
-        const auto page = m_pages.find(key.page);
-        if (page == m_pages.end()) return;
-        while (const uint64_t ticket = TakeFromIndex(page->second.closed, key.callbackid)) {
+        auto page = m_pages.find(key.page);
+        while (page != m_pages.end()) {
+            const uint64_t ticket = TakeFromIndex(page->second.closed, key.callbackid);
+            if (ticket == 0) return;
             Unmark(key);
             const auto found = m_entries.find(ticket);
             // Work a C host holds stays (closed, out of the index), so that
             // completing its token is not an error; it answers nothing.
-            if (found->second.host == 0) Erase(found, /*indexed=*/false);
+            if (found->second.host == 0) {
+                Erase(found, /*indexed=*/false);
+                // Erase drops the page's record with its last entry.
+                page = m_pages.find(key.page);
+            }
         }
     }
 
