@@ -408,6 +408,23 @@ TEST(HostilePage, LateAnswersReachOnlyOpenPagesOnce) {
 namespace moxh5::test {
 namespace {
 
+// Test that later work under an id too long to keep fails at once, before the
+// host sees it, instead of waiting for an answer that could not be matched.
+TEST(HostilePage, LaterWorkUnderAnOverlongIdFailsAtOnce) {
+    RecordingHost host;
+    ScopedActionInterface installed(&host);
+    for (const bool longWorkerId : {false, true}) {
+        const std::string longId(300, 'i');
+        mox_h5_module_data call = MakeCall("showCommonTip", Json::Value(Json::objectValue), true,
+                                           longWorkerId ? "tip" : longId);
+        call.workerid = longWorkerId ? longId.c_str() : "w";
+        Json::Value answer;
+        EXPECT_FALSE(RunCall("JSCallNative", call, answer)) << longWorkerId;
+        EXPECT_EQ(answer["message"], "Too many pending calls.") << longWorkerId;
+    }
+    EXPECT_EQ(host.CountOf("ShowCommonTip"), 0u);
+}
+
 // Test that a reloaded page reusing its predecessor's callback ids hears only
 // its own answers: tips and work answered through the identity they were
 // handed are told apart by their tickets, and a bare late answer of the
