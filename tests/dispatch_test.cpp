@@ -1,13 +1,13 @@
 // Tests of the dispatch and the handler checks shared by the workers, driven
 // through test tables, and of the seven workers and their adapters as built.
-#include "core/detail/dispatch.h"
+#include "core/dispatch/dispatch.h"
 
 #include <gtest/gtest.h>
 
 #include <new>
 
-#include "core/detail/adapters.h"
-#include "core/detail/guard.h"
+#include "core/dispatch/adapters.h"
+#include "core/dispatch/guard.h"
 #include "modules/module_adapters.h"
 #include "tests/fakes/bridge_fixture.h"
 #include "tests/fakes/capture_sinks.h"

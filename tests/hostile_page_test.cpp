@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <map>
 
-#include "core/detail/pending_work.h"
+#include "core/delivery/pending_work.h"
 #include "moxh5/platform.h"
 #include "tests/fakes/capture_sinks.h"
 #include "tests/fakes/native_case.h"

@@ -1,6 +1,6 @@
 // The C interface's JSON reader and writer against jsoncpp's: the same values
 // from the same texts, the same refusals, and a written text reads back equal.
-#include "core/detail/json_text.h"
+#include "json_text.h"
 
 #include <gtest/gtest.h>
 #include <json/reader.h>
@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "core/detail/diagnostics.h"
+#include "diagnostics.h"
 
 namespace {
 

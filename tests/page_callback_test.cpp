@@ -5,8 +5,8 @@
 
 #include <new>
 
-#include "core/detail/page_delivery.h"
-#include "core/detail/page_policy.h"
+#include "core/delivery/page_delivery.h"
+#include "core/policy/page_policy.h"
 #include "moxh5/action_defaults.h"
 #include "tests/fakes/bridge_fixture.h"
 #include "tests/fakes/capture_sinks.h"

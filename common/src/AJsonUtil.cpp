@@ -1,6 +1,6 @@
 #include "AJsonUtil.h"
 
-#include "core/detail/diagnostics.h"
+#include "diagnostics.h"
 #include "moxh5/utf8.h"
 
 namespace moxh5::ajson {

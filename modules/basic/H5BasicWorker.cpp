@@ -2,9 +2,9 @@
 
 #include <string_view>
 
-#include "core/detail/answer.h"
-#include "core/detail/diagnostics.h"
-#include "core/detail/params.h"
+#include "core/dispatch/answer.h"
+#include "diagnostics.h"
+#include "core/dispatch/params.h"
 #include "mox_json.h"
 #include "moxh5/module_manager.h"
 

@@ -7,7 +7,7 @@
 //               "error", "critical", "alert"; exact, case-sensitive).
 #pragma once
 
-#include "core/detail/dispatch.h"
+#include "core/dispatch/dispatch.h"
 #include "moxh5/module_worker.h"
 
 class H5BasicWorker : public IModuleWorker {

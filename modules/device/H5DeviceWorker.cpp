@@ -2,9 +2,9 @@
 
 #include <fmt/format.h>
 
-#include "core/detail/answer.h"
-#include "core/detail/diagnostics.h"
-#include "core/detail/guard.h"
+#include "core/dispatch/answer.h"
+#include "diagnostics.h"
+#include "core/dispatch/guard.h"
 #include "moxh5/platform.h"
 
 std::atomic<bool> g_screenCaptureMonitoring{false};

@@ -12,7 +12,7 @@
 
 #include <atomic>
 
-#include "core/detail/dispatch.h"
+#include "core/dispatch/dispatch.h"
 #include "moxh5/module_worker.h"
 
 // The screen-capture watch: one flag for the whole process, shared by all

@@ -28,7 +28,7 @@
 #include <array>
 #include <cstdint>
 
-#include "core/detail/dispatch.h"
+#include "core/dispatch/dispatch.h"
 #include "moxh5/module_worker.h"
 
 class H5NativeWorker : public IModuleWorker {

@@ -5,9 +5,9 @@
 // callback (served to render and worker pages); opening a conversation
 // finishes later, when the host calls back. "AddUserBlackList" keeps the
 // host's own answer path and serves render pages only.
-#include "core/detail/answer.h"
-#include "core/detail/guard.h"
-#include "core/detail/pending_work.h"
+#include "core/dispatch/answer.h"
+#include "core/dispatch/guard.h"
+#include "core/delivery/pending_work.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/handler_checks.h"
 #include "modules/native/native_log.h"

@@ -9,8 +9,8 @@
 #include <memory>
 
 #include "MsgCenter.h"
-#include "core/detail/answer.h"
-#include "core/detail/guard.h"
+#include "core/dispatch/answer.h"
+#include "core/dispatch/guard.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/native_log.h"
 #include "mox_json.h"

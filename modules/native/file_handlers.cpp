@@ -16,11 +16,11 @@
 // for a missing file, and the host operations are not asked at all. The host
 // work that hands a page files answers through AnswerPageHandingFiles, which
 // adds those files to the scope.
-#include "core/detail/answer.h"
-#include "core/detail/diagnostics.h"
-#include "core/detail/guard.h"
-#include "core/detail/page_policy.h"
-#include "core/detail/pending_work.h"
+#include "core/dispatch/answer.h"
+#include "diagnostics.h"
+#include "core/dispatch/guard.h"
+#include "core/policy/page_policy.h"
+#include "core/delivery/pending_work.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/native_log.h"
 #include "mox_json.h"

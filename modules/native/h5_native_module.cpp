@@ -1,4 +1,4 @@
-#include "core/detail/adapters.h"
+#include "core/dispatch/adapters.h"
 #include "modules/module_adapters.h"
 #include "modules/native/H5NativeWorker.h"
 

@@ -1,7 +1,7 @@
 #include "modules/native/handler_checks.h"
 
-#include "core/detail/answer.h"
-#include "core/detail/diagnostics.h"
+#include "core/dispatch/answer.h"
+#include "diagnostics.h"
 #include "mox_json.h"
 #include "moxh5/module_manager.h"
 

@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "core/detail/dispatch.h"
+#include "core/dispatch/dispatch.h"
 #include "moxh5/host_interfaces.h"
 #include "moxh5/records.h"
 

@@ -12,10 +12,10 @@
 #include <string_view>
 
 #include "StrictUrl.h"
-#include "core/detail/answer.h"
-#include "core/detail/guard.h"
-#include "core/detail/page_policy.h"
-#include "core/detail/params.h"
+#include "core/dispatch/answer.h"
+#include "core/dispatch/guard.h"
+#include "core/policy/page_policy.h"
+#include "core/dispatch/params.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/handler_checks.h"
 #include "modules/native/native_log.h"

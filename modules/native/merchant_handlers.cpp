@@ -5,9 +5,9 @@
 // Each checks the page's parameters and asks one host operation; the host's
 // result is the call's, and the host answers the page itself (the answers keep
 // "NoNeedUnifyCallBack"). Render pages only.
-#include "core/detail/answer.h"
-#include "core/detail/guard.h"
-#include "core/detail/params.h"
+#include "core/dispatch/answer.h"
+#include "core/dispatch/guard.h"
+#include "core/dispatch/params.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/handler_checks.h"
 #include "modules/native/native_log.h"

@@ -4,8 +4,8 @@
 // to the host operation of the same name; the host's result is the handler's.
 // The host does the work and answers the page itself, so the answers keep
 // "NoNeedUnifyCallBack". All are served to render pages only.
-#include "core/detail/guard.h"
-#include "core/detail/params.h"
+#include "core/dispatch/guard.h"
+#include "core/dispatch/params.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/native_log.h"
 #include "mox_json.h"

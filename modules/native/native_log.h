@@ -7,8 +7,8 @@
 // file.
 #pragma once
 
-#include "core/detail/diagnostics.h"
-#include "core/detail/dispatch.h"
+#include "diagnostics.h"
+#include "core/dispatch/dispatch.h"
 
 namespace moxh5::native {
 inline constexpr char kLogFile[] = "H5NativeWorker.cpp";

@@ -5,10 +5,10 @@
 // All six serve both page kinds and answer through the unified callback, so
 // each removes "NoNeedUnifyCallBack" first; the answer carries a short
 // "message" saying how it went. The two shell links need no host.
-#include "core/detail/answer.h"
-#include "core/detail/diagnostics.h"
-#include "core/detail/guard.h"
-#include "core/detail/page_policy.h"
+#include "core/dispatch/answer.h"
+#include "diagnostics.h"
+#include "core/dispatch/guard.h"
+#include "core/policy/page_policy.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/native_log.h"
 #include "mox_json.h"

@@ -4,9 +4,9 @@
 //
 // Thin pass-through: the host's result is the handler's result, and the host
 // answers the page itself, so the answers keep "NoNeedUnifyCallBack".
-#include "core/detail/answer.h"
-#include "core/detail/guard.h"
-#include "core/detail/params.h"
+#include "core/dispatch/answer.h"
+#include "core/dispatch/guard.h"
+#include "core/dispatch/params.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/native_log.h"
 #include "mox_json.h"

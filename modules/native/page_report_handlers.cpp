@@ -5,9 +5,9 @@
 // Each asks one host operation, whose result is the call's; the answers keep
 // "NoNeedUnifyCallBack". "updateKeysSetOfWindows" serves render and worker
 // pages, the others render pages only.
-#include "core/detail/answer.h"
-#include "core/detail/guard.h"
-#include "core/detail/params.h"
+#include "core/dispatch/answer.h"
+#include "core/dispatch/guard.h"
+#include "core/dispatch/params.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/native_log.h"
 

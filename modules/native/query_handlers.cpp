@@ -5,7 +5,7 @@
 // page's web index and the page's own "callID" (an integer at the top level of
 // the call, not inside "params"), and the host later answers the page itself
 // under that id. So the answers keep "NoNeedUnifyCallBack". Render pages only.
-#include "core/detail/guard.h"
+#include "core/dispatch/guard.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/native_log.h"
 #include "mox_json.h"

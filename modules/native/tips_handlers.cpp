@@ -8,9 +8,9 @@
 #include <memory>
 
 #include "AJsonUtil.h"
-#include "core/detail/answer.h"
-#include "core/detail/guard.h"
-#include "core/detail/pending_work.h"
+#include "core/dispatch/answer.h"
+#include "core/dispatch/guard.h"
+#include "core/delivery/pending_work.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/native_log.h"
 #include "mox_json.h"

@@ -2,11 +2,11 @@
 
 #include <vector>
 
-#include "core/detail/answer.h"
-#include "core/detail/diagnostics.h"
-#include "core/detail/guard.h"
-#include "core/detail/page_policy.h"
-#include "core/detail/pending_work.h"
+#include "core/dispatch/answer.h"
+#include "diagnostics.h"
+#include "core/dispatch/guard.h"
+#include "core/policy/page_policy.h"
+#include "core/delivery/pending_work.h"
 #include "mox_json.h"
 #include "moxh5/module_manager.h"
 

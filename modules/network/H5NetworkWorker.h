@@ -12,7 +12,7 @@
 
 #include <string>
 
-#include "core/detail/dispatch.h"
+#include "core/dispatch/dispatch.h"
 #include "moxh5/host_interfaces.h"
 #include "moxh5/module_worker.h"
 

@@ -2,9 +2,9 @@
 
 #include <vector>
 
-#include "core/detail/diagnostics.h"
-#include "core/detail/guard.h"
-#include "core/detail/params.h"
+#include "diagnostics.h"
+#include "core/dispatch/guard.h"
+#include "core/dispatch/params.h"
 #include "mox_json.h"
 #include "moxh5/module_manager.h"
 

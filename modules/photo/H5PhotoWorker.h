@@ -13,7 +13,7 @@
 
 #include <string>
 
-#include "core/detail/dispatch.h"
+#include "core/dispatch/dispatch.h"
 #include "moxh5/module_worker.h"
 
 class H5PhotoWorker : public IModuleWorker {

@@ -1,8 +1,8 @@
 #include "modules/socket/H5SocketWorker.h"
 
-#include "core/detail/diagnostics.h"
-#include "core/detail/guard.h"
-#include "core/detail/params.h"
+#include "diagnostics.h"
+#include "core/dispatch/guard.h"
+#include "core/dispatch/params.h"
 #include "mox_json.h"
 
 namespace {

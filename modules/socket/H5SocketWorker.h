@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <string>
 
-#include "core/detail/dispatch.h"
+#include "core/dispatch/dispatch.h"
 #include "moxh5/module_worker.h"
 
 class H5SocketWorker : public IModuleWorker {

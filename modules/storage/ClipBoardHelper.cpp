@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 
 #include "MoxBizAccess.h"
-#include "core/detail/diagnostics.h"
+#include "diagnostics.h"
 
 namespace {
 

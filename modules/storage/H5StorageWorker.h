@@ -21,7 +21,7 @@
 
 #include <functional>
 
-#include "core/detail/dispatch.h"
+#include "core/dispatch/dispatch.h"
 #include "moxh5/module_worker.h"
 
 class H5StorageWorker : public IModuleWorker {

@@ -44,7 +44,7 @@
 #include <vector>
 
 #include "MoxLog.h"
-#include "core/detail/pending_work.h"
+#include "core/delivery/pending_work.h"
 #include "moxh5/action_defaults.h"
 #include "moxh5/module_manager.h"
 #include "moxh5/moxh5_c.h"

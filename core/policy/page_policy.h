@@ -14,7 +14,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/detail/dispatch.h"
+#include "core/dispatch/dispatch.h"
 #include "moxh5/page_callback.h"
 #include "moxh5/records.h"
 

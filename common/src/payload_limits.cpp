@@ -1,4 +1,4 @@
-#include "core/detail/payload_limits.h"
+#include "payload_limits.h"
 
 #include <new>
 #include <type_traits>

@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-#include "core/detail/diagnostics.h"
-#include "core/detail/dispatch.h"
+#include "diagnostics.h"
+#include "core/dispatch/dispatch.h"
 #include "moxh5/module_worker.h"
 
 namespace moxh5::detail {

@@ -1,4 +1,4 @@
-#include "core/detail/json_text.h"
+#include "json_text.h"
 
 #include <json/writer.h>
 
@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "AsciiCase.h"
-#include "core/detail/payload_limits.h"
+#include "payload_limits.h"
 #include "moxh5/utf8.h"
 
 namespace moxh5::detail {

@@ -1,4 +1,4 @@
-#include "core/detail/page_policy.h"
+#include "core/policy/page_policy.h"
 
 #include <deque>
 #include <mutex>
@@ -6,9 +6,9 @@
 
 #include "AsciiCase.h"
 #include "StrictUrl.h"
-#include "core/detail/diagnostics.h"
-#include "core/detail/no_throw.h"
-#include "core/detail/params.h"
+#include "diagnostics.h"
+#include "no_throw.h"
+#include "core/dispatch/params.h"
 #include "moxh5/module_manager.h"
 #include "moxh5/platform.h"
 

@@ -13,7 +13,7 @@
 
 #include <json/value.h>
 
-#include "core/detail/dispatch.h"
+#include "core/dispatch/dispatch.h"
 #include "moxh5/host_interfaces.h"
 #include "moxh5/records.h"
 

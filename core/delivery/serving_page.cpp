@@ -1,7 +1,7 @@
-#include "core/detail/serving_page.h"
+#include "core/delivery/serving_page.h"
 
-#include "core/detail/no_throw.h"
-#include "core/detail/pending_work.h"
+#include "no_throw.h"
+#include "core/delivery/pending_work.h"
 
 namespace moxh5::detail {
 namespace {

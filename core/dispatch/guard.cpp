@@ -1,9 +1,9 @@
-#include "core/detail/guard.h"
+#include "core/dispatch/guard.h"
 
 #include "WorkbenchReport.h"
-#include "core/detail/answer.h"
-#include "core/detail/diagnostics.h"
-#include "core/detail/params.h"
+#include "core/dispatch/answer.h"
+#include "diagnostics.h"
+#include "core/dispatch/params.h"
 #include "moxh5/module_manager.h"
 
 namespace moxh5::detail {

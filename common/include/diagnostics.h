@@ -69,7 +69,7 @@ void WriteJsonLogLine(int priority, const char* file, int line, const char* func
 std::string LogLineText(std::string_view text);
 
 // `value` as JSON text for log lines: compact, cookies and credential headers
-// redacted (see AppendRedactedJson in core/detail/json_text.h), cut as a log
+// redacted (see AppendRedactedJson in common/include/json_text.h), cut as a log
 // line is.
 std::string LogJsonText(const Json::Value& value);
 

@@ -11,11 +11,11 @@
 #include <string>
 #include <vector>
 
-#include "core/detail/c_host_adapter.h"
-#include "core/detail/diagnostics.h"
-#include "core/detail/json_text.h"
-#include "core/detail/no_throw.h"
-#include "core/detail/pending_work.h"
+#include "core/c_interface/c_host_adapter.h"
+#include "diagnostics.h"
+#include "json_text.h"
+#include "no_throw.h"
+#include "core/delivery/pending_work.h"
 #include "moxh5/module_manager.h"
 #include "moxh5/moxh5_c.h"
 

@@ -4,15 +4,15 @@
 #include <string_view>
 #include <utility>
 
-#include "core/detail/answer.h"
-#include "core/detail/diagnostics.h"
-#include "core/detail/no_throw.h"
-#include "core/detail/page_policy.h"
-#include "core/detail/params.h"
-#include "core/detail/payload_limits.h"
-#include "core/detail/serving_page.h"
-#include "core/detail/pending_work.h"
-#include "modules/module_adapters.h"
+#include "core/dispatch/answer.h"
+#include "core/manager/builtin_modules.h"
+#include "diagnostics.h"
+#include "no_throw.h"
+#include "core/policy/page_policy.h"
+#include "core/dispatch/params.h"
+#include "payload_limits.h"
+#include "core/delivery/serving_page.h"
+#include "core/delivery/pending_work.h"
 #include "mox_json.h"
 
 namespace {
@@ -119,15 +119,7 @@ void MoxModuleManager::Init(IUserCenter* userCenter, IHttpBusinessMonitorCallBac
     m_httpBizMonitor = httpBizMonitor;
     moxh5::detail::CatchAll("MoxModuleManager::Init", [&] {
         m_configCallback = std::move(configCallback);
-        // The native module comes last on purpose: it is the largest and the
-        // other modules do not depend on it.
-        Register(h5_Basic_source_info());
-        Register(h5_Device_source_info());
-        Register(h5_Network_source_info());
-        Register(h5_Photo_source_info());
-        Register(h5_Socket_source_info());
-        Register(h5_Storage_source_info());
-        Register(h5_Native_source_info());
+        moxh5::detail::RegisterBuiltInModules(*this);
     });
 }
 

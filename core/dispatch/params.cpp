@@ -1,8 +1,8 @@
-#include "core/detail/params.h"
+#include "core/dispatch/params.h"
 
 #include <cstring>
 
-#include "core/detail/answer.h"
+#include "core/dispatch/answer.h"
 
 namespace moxh5::detail {
 

@@ -2,14 +2,14 @@
 
 #include <optional>
 
-#include "core/detail/answer.h"
-#include "core/detail/diagnostics.h"
-#include "core/detail/json_text.h"
-#include "core/detail/no_throw.h"
-#include "core/detail/page_delivery.h"
-#include "core/detail/page_policy.h"
-#include "core/detail/pending_work.h"
-#include "core/detail/serving_page.h"
+#include "core/dispatch/answer.h"
+#include "diagnostics.h"
+#include "json_text.h"
+#include "no_throw.h"
+#include "core/delivery/page_delivery.h"
+#include "core/policy/page_policy.h"
+#include "core/delivery/pending_work.h"
+#include "core/delivery/serving_page.h"
 #include "mox_json.h"
 #include "moxh5/module_manager.h"
 

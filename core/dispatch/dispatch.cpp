@@ -1,9 +1,9 @@
-#include "core/detail/dispatch.h"
+#include "core/dispatch/dispatch.h"
 
 #include "WorkbenchReport.h"
-#include "core/detail/answer.h"
-#include "core/detail/diagnostics.h"
-#include "core/detail/page_policy.h"
+#include "core/dispatch/answer.h"
+#include "diagnostics.h"
+#include "core/policy/page_policy.h"
 #include "mox_json.h"
 
 namespace moxh5::detail {

@@ -1,4 +1,4 @@
-#include "core/detail/pending_work.h"
+#include "core/delivery/pending_work.h"
 
 #include <algorithm>
 #include <array>
@@ -14,10 +14,10 @@
 #include <unordered_set>
 #include <utility>
 
-#include "core/detail/answer.h"
-#include "core/detail/diagnostics.h"
-#include "core/detail/no_throw.h"
-#include "core/detail/page_policy.h"
+#include "core/dispatch/answer.h"
+#include "diagnostics.h"
+#include "no_throw.h"
+#include "core/policy/page_policy.h"
 
 namespace moxh5::detail {
 namespace {

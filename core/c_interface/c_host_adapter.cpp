@@ -1,12 +1,12 @@
-#include "core/detail/c_host_adapter.h"
+#include "core/c_interface/c_host_adapter.h"
 
 #include <charconv>
 #include <type_traits>
 #include <utility>
 
-#include "core/detail/json_text.h"
-#include "core/detail/pending_work.h"
-#include "core/detail/serving_page.h"
+#include "json_text.h"
+#include "core/delivery/pending_work.h"
+#include "core/delivery/serving_page.h"
 #include "moxh5/platform.h"
 
 namespace moxh5::detail {

@@ -6,7 +6,7 @@
 // strings without raw control characters, escapes decoded to UTF-8 (a lone
 // surrogate is refused); integers kept as Int64 or UInt64 when they fit,
 // other numbers as double; a repeated member keeps its last value; nesting
-// deeper than kMaxJsonDepth (128, core/detail/payload_limits.h) is refused.
+// deeper than kMaxJsonDepth (128, common/include/payload_limits.h) is refused.
 // Bytes of 0x80 and above pass as they are.
 //
 // Writing gives no spaces, members in the value's order (sorted by name),

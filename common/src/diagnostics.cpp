@@ -1,4 +1,4 @@
-#include "core/detail/diagnostics.h"
+#include "diagnostics.h"
 
 #include <json/writer.h>
 
@@ -6,7 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "core/detail/json_text.h"
+#include "json_text.h"
 
 namespace moxh5::detail {
 namespace {
