@@ -11,46 +11,52 @@ std::tuple<bool, bool> RunBasic(const mox_h5_module_data& call, Json::Value& ans
     return ReadySingleton().Execute("JSCallBasic", call, answer);
 }
 
-// Test setLog's levels, refusals and their distinct texts.
+// Test setLog's levels, refusals and their distinct texts: a page writes at notice at most
+// under the default policy, at the level it names under the unrestricted one.
 TEST(BasicModule, SetLogWritesKnownLevelsAndRefusesTheRest) {
     const struct {
         const char* params;
         bool logged;
-        int priority;
+        int priority;         // default policy
+        int unrestricted;     // MoxPagePolicy::Unrestricted()
         const char* message;  // null: answer untouched
     } cases[] = {
-        {R"({"content":"hi","logLevel":"debug"})", true, 700, nullptr},
-        {R"({"content":"hi","logLevel":"info"})", true, 600, nullptr},
-        {R"({"content":"hi","logLevel":"notice"})", true, 500, nullptr},
-        {R"({"content":"hi","logLevel":"warning"})", true, 500, nullptr},
-        {R"({"content":"hi","logLevel":"error"})", true, 500, nullptr},
-        {R"({"content":"hi","logLevel":"critical"})", true, 500, nullptr},
-        {R"({"content":"hi","logLevel":"alert"})", true, 500, nullptr},
-        {R"({"content":"hi","logLevel":"verbose"})", false, 0, "Invalid param."},
-        {R"({"content":"hi","logLevel":""})", false, 0, "Invalid param."},
-        {R"({"content":"","logLevel":"info"})", false, 0, "Invalid param."},
-        {R"({"content":5,"logLevel":"info"})", false, 0, "Invalid param."},
-        {R"([{"content":"hi","logLevel":"info"}])", false, 0, "Invalid params."},
+        {R"({"content":"hi","logLevel":"debug"})", true, 700, 700, nullptr},
+        {R"({"content":"hi","logLevel":"info"})", true, 600, 600, nullptr},
+        {R"({"content":"hi","logLevel":"notice"})", true, 500, 500, nullptr},
+        {R"({"content":"hi","logLevel":"warning"})", true, 500, 400, nullptr},
+        {R"({"content":"hi","logLevel":"error"})", true, 500, 300, nullptr},
+        {R"({"content":"hi","logLevel":"critical"})", true, 500, 200, nullptr},
+        {R"({"content":"hi","logLevel":"alert"})", true, 500, 100, nullptr},
+        {R"({"content":"hi","logLevel":"verbose"})", false, 0, 0, "Invalid param."},
+        {R"({"content":"hi","logLevel":""})", false, 0, 0, "Invalid param."},
+        {R"({"content":"","logLevel":"info"})", false, 0, 0, "Invalid param."},
+        {R"({"content":5,"logLevel":"info"})", false, 0, 0, "Invalid param."},
+        {R"([{"content":"hi","logLevel":"info"}])", false, 0, 0, "Invalid params."},
     };
-    for (const auto& c : cases) {
-        ScopedLogCapture log;
-        Json::Value answer(Json::objectValue);
-        EXPECT_EQ(RunBasic(MakeCall("setLog", ParseJson(c.params)), answer),
-                  std::make_tuple(true, c.logged))
-            << c.params;
-        const auto lines = log->Matching("[MoxH5] hi");
-        if (c.logged) {
-            ASSERT_EQ(lines.size(), 1u) << c.params;
-            EXPECT_EQ(lines[0].text, "[MoxH5] hi");
-            EXPECT_EQ(lines[0].priority, c.priority);
-            EXPECT_EQ(lines[0].function, "H5BasicWorker::setLog");
-            EXPECT_EQ(answer, Json::Value(Json::objectValue));
-        } else {
-            EXPECT_TRUE(lines.empty()) << c.params;
-            EXPECT_EQ(answer, ParseJson(std::string(R"({"message":")") + c.message + "\"}"))
+    for (const bool unrestricted : {false, true})
+        for (const auto& c : cases) {
+            const ScopedPagePolicy policy(unrestricted ? MoxPagePolicy::Unrestricted()
+                                                       : MoxPagePolicy());
+            ScopedLogCapture log;
+            Json::Value answer(Json::objectValue);
+            EXPECT_EQ(RunBasic(MakeCall("setLog", ParseJson(c.params)), answer),
+                      std::make_tuple(true, c.logged))
                 << c.params;
+            const auto lines = log->Matching("[MoxH5] hi");
+            if (c.logged) {
+                ASSERT_EQ(lines.size(), 1u) << c.params;
+                EXPECT_EQ(lines[0].text, "[MoxH5] hi");
+                EXPECT_EQ(lines[0].priority, unrestricted ? c.unrestricted : c.priority)
+                    << c.params;
+                EXPECT_EQ(lines[0].function, "H5BasicWorker::setLog");
+                EXPECT_EQ(answer, Json::Value(Json::objectValue));
+            } else {
+                EXPECT_TRUE(lines.empty()) << c.params;
+                EXPECT_EQ(answer, ParseJson(std::string(R"({"message":")") + c.message + "\"}"))
+                    << c.params;
+            }
         }
-    }
 }
 
 // Test that the request trace is written, with the whole payload, only when info is on.

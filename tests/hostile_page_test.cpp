@@ -14,15 +14,6 @@
 namespace moxh5::test {
 namespace {
 
-// Puts `policy` in force for the lifetime of the object; the fixture's
-// unrestricted policy after.
-struct ScopedPagePolicy {
-    explicit ScopedPagePolicy(MoxPagePolicy policy = {}) {
-        ReadySingleton().SetPagePolicy(std::move(policy));
-    }
-    ~ScopedPagePolicy() { ReadySingleton().SetPagePolicy(MoxPagePolicy::Unrestricted()); }
-};
-
 // "<answer> <result>" of one native call.
 std::string CallOf(const char* method, const Json::Value& params, bool isWorker = false,
                    const char* module = "JSCallNative") {
@@ -31,19 +22,25 @@ std::string CallOf(const char* method, const Json::Value& params, bool isWorker 
     return Compact(answer) + (result ? " true" : " false");
 }
 
-// Test that only absolute http(s) links reach the shell from each shell-opening method.
+// Test that only absolute http(s) links reach the shell from each shell-opening method, in
+// their serialized form, and that every refusal is logged.
 TEST(HostilePage, ShellOpensOnlyStrictWebLinks) {
-    const std::vector<std::string> kOpened = {
-        "https://dl.example/setup.exe", "HTTP://dl.example:8080/a?b=c#d",
-        "https://shop.example/\xE8\xAE\xA2\xE5\x8D\x95", "https://[::1]:8443/x"};
+    const std::vector<std::pair<std::string, std::string>> kOpened = {
+        {"https://dl.example/setup.exe", "https://dl.example/setup.exe"},
+        {"HTTP://dl.example:8080/a?b=c#d", "http://dl.example:8080/a?b=c#d"},
+        {"https://shop.example/\xE8\xAE\xA2\xE5\x8D\x95",
+         "https://shop.example/%E8%AE%A2%E5%8D%95"},
+        {"https://[::1]:8443/x", "https://[::1]:8443/x"},
+        {"https://dl.example/a b?q=\"x\"|y", "https://dl.example/a%20b?q=%22x%22%7Cy"},
+        {"https://dl.example/%zz", "https://dl.example/%25zz"}};
     // clang-format off
     const std::vector<std::string> kRefused = {
         "C:\\Windows\\System32\\calc.exe", "\\\\evil.example\\share\\x.exe",
         "file:///C:/Windows/System32/calc.exe", "search-ms:query=x&crumb=location:\\\\evil\\s",
         "ms-msdt:/id PCWDiagnostic", "javascript:alert(1)", "https://user:pw@dl.example/",
-        "https://dl.example/a b", "https://dl.example/a\tb", "https://dl.example/\r\nx",
-        "https:\\\\dl.example\\x", "https://dl.example/\xC2\xA0", "https:dl.example/x", "https://",
-        "https://dl.example:99999/", "https://dl.example/%zz"};
+        "https://dl.example/a\tb", "https://dl.example/\r\nx", "https:\\\\dl.example\\x",
+        "https://dl.example/\xC2\xA0", "https:dl.example/x", "https://", "https://dl.example:99999/",
+        "https://dl.example/\xE2\x80\xAE" "exe.pdf", "ftp://dl.example/x", "https:///dl.example/"};
     // clang-format on
     const struct {
         const char* method;
@@ -59,20 +56,20 @@ TEST(HostilePage, ShellOpensOnlyStrictWebLinks) {
             p[m.key] = target;
             return p;
         };
-        for (const std::string& target : kOpened) {
+        for (const auto& [target, opened] : kOpened) {
             ScopedShellRecorder shell;
             CallOf(m.method, params(target));
-            EXPECT_EQ(shell.targets, std::vector<std::string>{target}) << m.method;
+            EXPECT_EQ(shell.targets, std::vector<std::string>{opened}) << m.method;
         }
         for (const std::string& target : kRefused) {
             ScopedShellRecorder shell;
             ScopedLogCapture log;
             const std::string answer = CallOf(m.method, params(target));
             EXPECT_TRUE(shell.targets.empty()) << m.method << " " << target;
-            if (!m.failed) continue;
-            EXPECT_EQ(answer, m.failed);
-            EXPECT_EQ(log->Matching("[MoxH5] Page policy refused a shell-open").at(0).priority,
-                      LOG_PRIORITY_WARNING);
+            EXPECT_EQ(answer, m.failed ? m.failed : R"({"message":"Invalid param."} false)");
+            const auto refusals = log->Matching("[MoxH5] Page policy refused a shell-open: ");
+            ASSERT_EQ(refusals.size(), 1u) << m.method << " " << target;
+            EXPECT_EQ(refusals[0].priority, LOG_PRIORITY_WARNING);
         }
     }
 }
