@@ -78,11 +78,14 @@ TEST(BasicModule, SetLogTraceFollowsTheLogLevel) {
     EXPECT_TRUE(quiet->Contains("[MoxH5] x"));
 }
 
-// Test that a page's text stays on one line of bounded length, cut at a character boundary.
+// Test that a page's text stays on one line of bounded length, cut at a character boundary, and
+// that no code point a log viewer takes for a line break or a change of direction gets through.
 TEST(BasicModule, SetLogKeepsPageTextOnOneBoundedLine) {
-    std::string accents, breaks;
+    std::string accents, breaks, separators, escaped;
     for (int i = 0; i < 2000; ++i) accents += "\xC3\xA9";
     for (int i = 0; i < 1000; ++i) breaks += "\\n";
+    for (int i = 0; i < 1000; ++i) separators += "\xE2\x80\xA8";
+    for (int i = 0; i < 333; ++i) escaped += "\\u2028";
     const struct {
         std::string content, logged;
     } cases[] = {
@@ -91,6 +94,22 @@ TEST(BasicModule, SetLogKeepsPageTextOnOneBoundedLine) {
         {std::string(5000, 'x'), "[MoxH5] " + std::string(2000, 'x') + "...[cut 3000 bytes]"},
         {std::string(3000, '\n'), "[MoxH5] " + breaks + "...[cut 2000 bytes]"},
         {"x" + accents, "[MoxH5] x" + accents.substr(0, 1998) + "...[cut 2002 bytes]"},
+        {"a\xE2\x80\xA8"
+         "b\xE2\x80\xA9"
+         "c\xC2\x85"
+         "d\xC2\x9B"
+         "e",
+         "[MoxH5] a\\u2028b\\u2029c\\u0085d\\u009be"},
+        {"\xE2\x80\xAE"
+         "fdp.exe\xE2\x80\xAA\xE2\x80\xAD\xE2\x81\xA6"
+         "x\xE2\x81\xA9\xE2\x80\x8E\xE2\x80\x8F\xD8\x9C",
+         "[MoxH5] \\u202efdp.exe\\u202a\\u202d\\u2066x\\u2069\\u200e\\u200f\\u061c"},
+        {"\xE2\x80\x94\xE2\x80\xA7\xE2\x80\xAF\xE2\x81\xA5\xC2\xA0",
+         "[MoxH5] \xE2\x80\x94\xE2\x80\xA7\xE2\x80\xAF\xE2\x81\xA5\xC2\xA0"},
+        {separators, "[MoxH5] " + escaped + "...[cut 2001 bytes]"},
+        // A cut right after an escape never backs into it (a stray continuation byte follows).
+        {std::string(1994, 'x') + "\xE2\x80\xA8\x80" + std::string(100, 'y'),
+         "[MoxH5] " + std::string(1994, 'x') + "\\u2028...[cut 101 bytes]"},
     };
     for (const auto& c : cases) {
         ScopedLogCapture log;
