@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <stdexcept>
 
@@ -779,18 +780,27 @@ TEST(HostilePage, LinksInARootDoNotLeadOutOfIt) {
     EXPECT_EQ(download("root/sub/new/deeper.txt"), R"({"AsynExec":true} true)");
 }
 
-// Test that the text of an exception a host throws stays on one line of the log.
+// Test that the text of an exception a host throws stays on one line of the log, whether a call
+// or a late answer meets it.
 TEST(HostilePage, ExceptionTextsStayOnOneLine) {
     RecordingHost host;
-    host.SetCallObserver(
-        [](const HostCall&) { throw std::runtime_error("boom\n[100] forged\xE2\x80\xA8line"); });
+    host.SetCallObserver([](const HostCall& call) {
+        if (call.op == "ShowToast" || call.op == "WorkerJsCallback") {
+            throw std::runtime_error("boom\n[100] forged\xE2\x80\xA8line");
+        }
+    });
     ScopedActionInterface installed(&host);
-    ScopedLogCapture log;
-    CallOf("showToast", ParseJson(R"({"content":"x"})"));
-    const auto lines = log->Matching("[MoxH5] exception in ");
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_NE(lines[0].text.find("boom\\n[100] forged\\u2028line"), std::string::npos)
-        << lines[0].text;
+    const std::function<void()> kThrowers[] = {
+        [] { CallOf("showToast", ParseJson(R"({"content":"x"})")); },
+        [] { callBackToWebPage(true, true, 7, "mall-1|cs-1", "cb-late", "worker-9", {}); }};
+    for (const auto& meet : kThrowers) {
+        ScopedLogCapture log;
+        meet();
+        const auto lines = log->Matching("[MoxH5] exception in ");
+        ASSERT_EQ(lines.size(), 1u);
+        EXPECT_NE(lines[0].text.find("boom\\n[100] forged\\u2028line"), std::string::npos)
+            << lines[0].text;
+    }
 }
 
 // Test that a root compares without case on Windows but only by whole names: a sibling whose
