@@ -504,12 +504,16 @@ TEST(HostilePage, RequestsStayOffTheLocalNetwork) {
                                              "http://%31%32%37.1/",
                                              "http://\xEF\xBC\x91\xEF\xBC\x92\xEF\xBC\x97.0.0.1/",
                                              "https://user:pw@api.example/"};
-    const auto calls = [](const std::string& url) {
+    const bool windows = platform::LocalPathRules() == platform::PathRules::kWindows;
+    const std::string root = windows ? "C:\\" : "/";
+    const auto calls = [&root](const std::string& url) {
         Json::Value get = ParseJson(R"({"type":"get"})");
         get["url"] = url;
-        Json::Value upload = ParseJson(R"({"filePath":"/tmp/moxh5-up.txt"})");
+        Json::Value upload;
+        upload["filePath"] = root + "moxh5-up.txt";  // never made: the host only records
         upload["url"] = url;
-        Json::Value download = ParseJson(R"({"filePath":"/tmp/moxh5-down.txt"})");
+        Json::Value download;
+        download["filePath"] = root + "moxh5-down.txt";
         download["url"] = url;
         return std::vector<std::tuple<const char*, const char*, Json::Value>>{
             {"JSNetwork", "httpRequest", get},
@@ -535,7 +539,7 @@ TEST(HostilePage, RequestsStayOffTheLocalNetwork) {
     // Listed hosts pass; the host gets the serialized URL, not the page's spelling.
     MoxPagePolicy listed;
     listed.allowedNetworkHosts = {"localhost", "127.0.0.0/8", "*.local"};
-    listed.fileRoots = {platform::LocalPathRules() == platform::PathRules::kWindows ? "C:\\" : "/"};
+    listed.fileRoots = {root};
     ScopedPagePolicy policy(listed);
     for (const auto& [url, sent] :
          {std::pair{"http://0x7f.1:8080/a b", "http://127.0.0.1:8080/a%20b"},
