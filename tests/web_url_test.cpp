@@ -32,7 +32,7 @@ TEST(WebUrl, HandsOnTheSerializedForm) {
         {"https://shop.example/a b?c d#e f", "https://shop.example/a%20b?c%20d#e%20f"},
         {"https://shop.example/\"|^`{}[]<>?\"'|[]",
          "https://shop.example/%22%7C%5E%60%7B%7D%5B%5D%3C%3E?%22%27%7C%5B%5D"},
-        {"https://shop.example/#a#b'|", "https://shop.example/#a%23b'%7C"},
+        {"https://shop.example/it's#a#b'|", "https://shop.example/it%27s#a%23b%27%7C"},
         {"https://shop.example/%zz%4a%", "https://shop.example/%25zz%4a%25"},
         {"https://shop.example/%2e%2E/x/.%2e/y", "https://shop.example/y"},
         {"https://shop.example/?a\\b", "https://shop.example/?a%5Cb"},

@@ -28,7 +28,7 @@
 // The serialized form is the standard's, with every character that RFC 3986
 // does not allow in the path, query or fragment percent-encoded as well
 // (", <, >, \, ^, `, {, |, }, [, ], a "%" that starts no escape, a second
-// "#"), so that the text holds no space, quote or "|".
+// "#"), and "'", so that the text holds no space, quote or "|".
 //
 // Threads: any; no state.
 #pragma once
@@ -57,8 +57,8 @@ struct WebUrl {
 // Whether `scheme` (lower case) is one of the six that carry an authority.
 bool IsAuthorityScheme(std::string_view scheme);
 
-// The lower-cased scheme of `text` (the letters before its first ":"), or
-// empty when it does not start with one.
+// The lower-cased scheme of `text` (the letters before its first ":", spaces
+// before it aside), or empty when it does not start with one.
 std::string UrlScheme(std::string_view text);
 
 // `text` parsed, or nullopt with a short reason for the log (a static text) in

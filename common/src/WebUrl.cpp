@@ -57,32 +57,17 @@ const char* CharacterRefusal(std::string_view text) {
 
 enum class Part : uint8_t { kPath, kQuery, kFragment };
 
-// Whether RFC 3986 lets the ASCII character `c` stand as it is in `part`
-// ("%" aside); the URL standard percent-encodes "'" in the query of these
-// schemes as well.
+// Whether the ASCII character `c` stands as it is in `part` ("%" aside):
+// what RFC 3986 allows there, but "'" (the URL standard encodes it in the
+// query; it is encoded everywhere, so that the text holds no quote at all).
 bool StaysAsItIs(char c, Part part) {
     if (IsAlpha(c) || IsDigit(c)) return true;
     switch (c) {
-        case '-':
-        case '.':
-        case '_':
-        case '~':  // unreserved
-        case '!':
-        case '$':
-        case '&':
-        case '(':
-        case ')':
-        case '*':  // sub-delims
-        case '+':
-        case ',':
-        case ';':
-        case '=':
-        case ':':
-        case '@':
-        case '/':
+        case '-': case '.': case '_': case '~':                      // unreserved
+        case '!': case '$': case '&': case '(': case ')': case '*':  // sub-delims
+        case '+': case ',': case ';': case '=':
+        case ':': case '@': case '/':
             return true;
-        case '\'':
-            return part != Part::kQuery;
         case '?':
             return part != Part::kPath;
         default:
@@ -644,6 +629,7 @@ const char* Parse(std::string_view text, WebUrl& url) {
 bool IsAuthorityScheme(std::string_view scheme) { return FindScheme(scheme) != nullptr; }
 
 std::string UrlScheme(std::string_view text) {
+    while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
     const size_t colon = text.find(':');
     if (colon == std::string_view::npos || colon == 0 || !IsAlpha(text[0])) return {};
     std::string scheme;
