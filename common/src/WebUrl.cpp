@@ -63,10 +63,23 @@ enum class Part : uint8_t { kPath, kQuery, kFragment };
 bool StaysAsItIs(char c, Part part) {
     if (IsAlpha(c) || IsDigit(c)) return true;
     switch (c) {
-        case '-': case '.': case '_': case '~':                      // unreserved
-        case '!': case '$': case '&': case '(': case ')': case '*':  // sub-delims
-        case '+': case ',': case ';': case '=':
-        case ':': case '@': case '/':
+        case '-':
+        case '.':
+        case '_':
+        case '~':  // unreserved
+        case '!':
+        case '$':
+        case '&':
+        case '(':
+        case ')':
+        case '*':  // sub-delims
+        case '+':
+        case ',':
+        case ';':
+        case '=':
+        case ':':
+        case '@':
+        case '/':
             return true;
         case '?':
             return part != Part::kPath;

@@ -73,7 +73,8 @@ private:
         }
         if (at(0) != 0xE2) return 0;
         const unsigned second = at(1), third = at(2);
-        if ((second == 0x80 && (third == 0x8E || third == 0x8F || (third >= 0xA8 && third <= 0xAE))) ||
+        if ((second == 0x80 &&
+             (third == 0x8E || third == 0x8F || (third >= 0xA8 && third <= 0xAE))) ||
             (second == 0x81 && third >= 0xA6 && third <= 0xA9)) {
             code = 0x2000 + ((second & 0x3F) << 6) + (third & 0x3F);
             return 3;

@@ -107,9 +107,9 @@ bool IsBelow(const std::wstring& key, const std::wstring& rootKey) {
 
 // The comparison key of the path `native` leads to, or nullopt.
 std::optional<std::wstring> FinalKey(const std::wstring& native) {
-    const std::optional<std::wstring> final = platform::FinalPath(native);
-    if (!final) return std::nullopt;
-    std::optional<platform::LocalPath> path = platform::CheckLocalPath(*final);
+    const std::optional<std::wstring> resolved = platform::FinalPath(native);
+    if (!resolved) return std::nullopt;
+    std::optional<platform::LocalPath> path = platform::CheckLocalPath(*resolved);
     if (!path) return std::nullopt;
     return std::move(path->key);
 }
@@ -117,7 +117,7 @@ std::optional<std::wstring> FinalKey(const std::wstring& native) {
 // Which roots `path` lies below: by its words, and once links are followed.
 struct RootMatch {
     bool lexical = false;
-    bool final = false;
+    bool resolved = false;
 };
 
 RootMatch MatchRoots(const platform::LocalPath& path, const std::vector<std::string>& roots) {
@@ -135,7 +135,7 @@ RootMatch MatchRoots(const platform::LocalPath& path, const std::vector<std::str
         const auto rootPath = platform::CheckLocalPath(platform::Utf8ToWide(root));
         const std::optional<std::wstring> rootKey =
             rootPath ? FinalKey(rootPath->native) : std::nullopt;
-        match.final = match.final || (rootKey && IsBelow(*finalKey, *rootKey));
+        match.resolved = match.resolved || (rootKey && IsBelow(*finalKey, *rootKey));
     }
     return match;
 }
@@ -270,7 +270,7 @@ std::optional<std::wstring> PageFileInScope(const mox_h5_module_data& data,
     const PageKey page = KeyOf(data.isWorker, data.webindex, data.workerid);
     if (TheHandedFiles().Contains({page, path->key})) return std::move(path->native);
     const RootMatch match = MatchRoots(*path, policy.fileRoots);
-    if (match.final) return std::move(path->native);
+    if (match.resolved) return std::move(path->native);
     LogRefusal(site, "a file path",
                match.lexical ? "leads out of the file roots" : "outside the page file scope");
     return std::nullopt;

@@ -22,9 +22,9 @@ int PriorityOfLevel(std::string_view word, bool clamped) {
         std::string_view word;
         int priority;
     } kLevels[] = {
-        {"debug", LOG_PRIORITY_DEBUG},     {"info", LOG_PRIORITY_INFO},
-        {"notice", LOG_PRIORITY_NOTICE},   {"warning", LOG_PRIORITY_WARNING},
-        {"error", LOG_PRIORITY_ERROR},     {"critical", LOG_PRIORITY_CRITICAL},
+        {"debug", LOG_PRIORITY_DEBUG},   {"info", LOG_PRIORITY_INFO},
+        {"notice", LOG_PRIORITY_NOTICE}, {"warning", LOG_PRIORITY_WARNING},
+        {"error", LOG_PRIORITY_ERROR},   {"critical", LOG_PRIORITY_CRITICAL},
         {"alert", LOG_PRIORITY_ALERT},
     };
     for (const auto& level : kLevels) {

@@ -84,7 +84,8 @@ bool H5NativeWorker::checkFileExist(const mox_h5_module_data* data, Json::Value&
     std::string pagePath;
     if (mox_json::GetJsonValueToString(*call.params, "filePathName", pagePath, kFunction, true,
                                        false)) {
-        const std::optional<std::wstring> path = PageFileInScope(*data, pagePath, NATIVE_SITE(kFunction));
+        const std::optional<std::wstring> path =
+            PageFileInScope(*data, pagePath, NATIVE_SITE(kFunction));
         found = path && moxh5::platform::FileExists(*path);
         if (found) {
             NATIVE_LOG(LOG_PRIORITY_INFO, kFunction, "[MoxH5] Find file[%s]",
@@ -151,8 +152,8 @@ bool H5NativeWorker::downloadRemoteFile(const mox_h5_module_data* data, Json::Va
     }
     LaterWork work(*data, AnswerHook::kHandFiles);
     if (!work.Open(answer)) return false;
-    return work.Handed(call.host->DownloadRemoteFile(moxh5::platform::WideToUtf8(*target),
-                                                     *source, cookie, work.Page(), work.Done()),
+    return work.Handed(call.host->DownloadRemoteFile(moxh5::platform::WideToUtf8(*target), *source,
+                                                     cookie, work.Page(), work.Done()),
                        answer);
 }
 
@@ -184,10 +185,10 @@ bool H5NativeWorker::uploadFile(const mox_h5_module_data* data, Json::Value& ans
     }
     LaterWork work(*data);
     if (!work.Open(answer)) return false;
-    return work.Handed(call.host->UploadFile(*destination, cookie, moxh5::platform::WideToUtf8(*file),
-                                             signName, signValue, fileDataName, work.Page(),
-                                             work.Done()),
-                       answer);
+    return work.Handed(
+        call.host->UploadFile(*destination, cookie, moxh5::platform::WideToUtf8(*file), signName,
+                              signValue, fileDataName, work.Page(), work.Done()),
+        answer);
 }
 
 bool H5NativeWorker::saveFile(const mox_h5_module_data* data, Json::Value& answer) {
