@@ -55,8 +55,12 @@ void CheckPath(std::string_view text) {
     const std::wstring wide = moxh5::platform::Utf8ToWide(text);
     const std::optional<moxh5::platform::LocalPath> path = moxh5::platform::CheckLocalPath(wide);
     if (!path) return;
+    // Windows takes both separators; POSIX only "/" ("a\\..\\b" is one name).
+    const wchar_t* separators =
+        moxh5::platform::LocalPathRules() == moxh5::platform::PathRules::kWindows ? L"/\\" : L"/";
     for (size_t start = 0; start <= path->native.size();) {
-        const size_t end = std::min(path->native.find_first_of(L"/\\", start), path->native.size());
+        const size_t end =
+            std::min(path->native.find_first_of(separators, start), path->native.size());
         Require(path->native.compare(start, end - start, L"..") != 0);
         start = end + 1;
     }
