@@ -226,7 +226,8 @@ bool H5NativeWorker::removeSavedFile(const mox_h5_module_data* data, Json::Value
         answer[key::kMessage] = kFilePathEmpty;
         return false;
     }
-    const std::optional<std::wstring> path = PageFileInScope(*data, filePath, NATIVE_SITE(kFunction));
+    const std::optional<std::wstring> path =
+        PageFileInScope(*data, filePath, NATIVE_SITE(kFunction));
     if (!path || !moxh5::platform::FileExists(*path)) {
         answer[key::kMessage] = kFileNotExist;
         return false;
@@ -250,7 +251,8 @@ bool H5NativeWorker::getFileInfo(const mox_h5_module_data* data, Json::Value& an
         answer[key::kMessage] = text::kInvalidParam;
         return false;
     }
-    const std::optional<std::wstring> path = PageFileInScope(*data, filePath, NATIVE_SITE(kFunction));
+    const std::optional<std::wstring> path =
+        PageFileInScope(*data, filePath, NATIVE_SITE(kFunction));
     const std::optional<uint64_t> size =
         path ? moxh5::platform::RegularFileSize(*path) : std::nullopt;
     if (!size) {
