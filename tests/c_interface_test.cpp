@@ -235,11 +235,15 @@ TEST_F(CInterface, PagePolicyAndMethodFilter) {
                 nullptr, &answer);
         return answer;
     };
-    for (const char* policy : {R"({"shellSchemes":"https"})", R"({"unrestricted":1})",
-                               R"({"fileRoot":["/tmp"]})", R"({"fileRoots":["/tmp",3]})", "[]"}) {
+    for (const char* policy :
+         {R"({"shellSchemes":"https"})", R"({"unrestricted":1})", R"({"fileRoot":["/tmp"]})",
+          R"({"fileRoots":["/tmp",3]})", R"({"allowedNetworkHosts":"localhost"})",
+          R"({"allowedShellFileNames":[".url",null]})", "[]"}) {
         EXPECT_EQ(moxh5_set_page_policy(host, policy), MOXH5_ERROR_JSON) << policy;
     }
-    EXPECT_EQ(moxh5_set_page_policy(host, R"({"shellSchemes":["https"],"fileRoots":[]})"),
+    EXPECT_EQ(moxh5_set_page_policy(host, R"({"shellSchemes":["https"],"fileRoots":[],)"
+                                          R"("allowedNetworkHosts":["localhost"],)"
+                                          R"("allowedShellFileNames":[".url"]})"),
               MOXH5_OK);
     EXPECT_EQ(run("openWindow", "{}"),
               R"({"NoNeedUnifyCallBack":true,"message":"Invalid method.","support":false})");

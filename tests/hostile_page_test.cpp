@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <map>
+#include <stdexcept>
 
 #include "core/delivery/pending_work.h"
 #include "moxh5/platform.h"
@@ -15,15 +17,6 @@
 namespace moxh5::test {
 namespace {
 
-// Puts `policy` in force for the lifetime of the object; the fixture's
-// unrestricted policy after.
-struct ScopedPagePolicy {
-    explicit ScopedPagePolicy(MoxPagePolicy policy = {}) {
-        ReadySingleton().SetPagePolicy(std::move(policy));
-    }
-    ~ScopedPagePolicy() { ReadySingleton().SetPagePolicy(MoxPagePolicy::Unrestricted()); }
-};
-
 // "<answer> <result>" of one native call.
 std::string CallOf(const char* method, const Json::Value& params, bool isWorker = false,
                    const char* module = "JSCallNative") {
@@ -32,19 +25,25 @@ std::string CallOf(const char* method, const Json::Value& params, bool isWorker 
     return Compact(answer) + (result ? " true" : " false");
 }
 
-// Test that only absolute http(s) links reach the shell from each shell-opening method.
+// Test that only absolute http(s) links reach the shell from each shell-opening method, in
+// their serialized form, and that every refusal is logged.
 TEST(HostilePage, ShellOpensOnlyStrictWebLinks) {
-    const std::vector<std::string> kOpened = {
-        "https://dl.example/setup.exe", "HTTP://dl.example:8080/a?b=c#d",
-        "https://shop.example/\xE8\xAE\xA2\xE5\x8D\x95", "https://[::1]:8443/x"};
+    const std::vector<std::pair<std::string, std::string>> kOpened = {
+        {"https://dl.example/setup.exe", "https://dl.example/setup.exe"},
+        {"HTTP://dl.example:8080/a?b=c#d", "http://dl.example:8080/a?b=c#d"},
+        {"https://shop.example/\xE8\xAE\xA2\xE5\x8D\x95",
+         "https://shop.example/%E8%AE%A2%E5%8D%95"},
+        {"https://[::1]:8443/x", "https://[::1]:8443/x"},
+        {"https://dl.example/a b?q=\"x\"|y", "https://dl.example/a%20b?q=%22x%22%7Cy"},
+        {"https://dl.example/%zz", "https://dl.example/%25zz"}};
     // clang-format off
     const std::vector<std::string> kRefused = {
         "C:\\Windows\\System32\\calc.exe", "\\\\evil.example\\share\\x.exe",
         "file:///C:/Windows/System32/calc.exe", "search-ms:query=x&crumb=location:\\\\evil\\s",
         "ms-msdt:/id PCWDiagnostic", "javascript:alert(1)", "https://user:pw@dl.example/",
-        "https://dl.example/a b", "https://dl.example/a\tb", "https://dl.example/\r\nx",
-        "https:\\\\dl.example\\x", "https://dl.example/\xC2\xA0", "https:dl.example/x", "https://",
-        "https://dl.example:99999/", "https://dl.example/%zz"};
+        "https://dl.example/a\tb", "https://dl.example/\r\nx", "https:\\\\dl.example\\x",
+        "https://dl.example/\xC2\xA0", "https:dl.example/x", "https://", "https://dl.example:99999/",
+        "https://dl.example/\xE2\x80\xAE" "exe.pdf", "ftp://dl.example/x", "https:///dl.example/"};
     // clang-format on
     const struct {
         const char* method;
@@ -60,20 +59,20 @@ TEST(HostilePage, ShellOpensOnlyStrictWebLinks) {
             p[m.key] = target;
             return p;
         };
-        for (const std::string& target : kOpened) {
+        for (const auto& [target, opened] : kOpened) {
             ScopedShellRecorder shell;
             CallOf(m.method, params(target));
-            EXPECT_EQ(shell.targets, std::vector<std::string>{target}) << m.method;
+            EXPECT_EQ(shell.targets, std::vector<std::string>{opened}) << m.method;
         }
         for (const std::string& target : kRefused) {
             ScopedShellRecorder shell;
             ScopedLogCapture log;
             const std::string answer = CallOf(m.method, params(target));
             EXPECT_TRUE(shell.targets.empty()) << m.method << " " << target;
-            if (!m.failed) continue;
-            EXPECT_EQ(answer, m.failed);
-            EXPECT_EQ(log->Matching("[MoxH5] Page policy refused a shell-open").at(0).priority,
-                      LOG_PRIORITY_WARNING);
+            EXPECT_EQ(answer, m.failed ? m.failed : R"({"message":"Invalid param."} false)");
+            const auto refusals = log->Matching("[MoxH5] Page policy refused a shell-open: ");
+            ASSERT_EQ(refusals.size(), 1u) << m.method << " " << target;
+            EXPECT_EQ(refusals[0].priority, LOG_PRIORITY_WARNING);
         }
     }
 }
@@ -221,7 +220,10 @@ TEST(HostilePage, RequestsCarryNoForeignUrlsOrLineBreaks) {
 }
 
 // Test that a client link carries only the session's mall, escaped, and nothing that would cut
-// or extend the link where the host passes it on.
+// or extend the link where the host passes it on: every spelling of the page's own mall argument
+// that the client could read (after "&" without a query, escaped, escaped twice, in other case
+// forms, padded, cut by a NUL) is dropped, and a link that would bring one out once decoded is
+// refused.
 TEST(HostilePage, ClientLinksCarryOnlyTheSessionsMall) {
     const struct {
         const char* target;
@@ -233,6 +235,20 @@ TEST(HostilePage, ClientLinksCarryOnlyTheSessionsMall) {
          "moxclient://open/order?sn=1&mallId=1001"},
         {"openexternalclient://order?mallId=9", "1001", "moxclient://open/order?&mallId=1001"},
         {"openexternalclient://order", "m&x=1 /", "moxclient://open/order&mallId=m%26x%3D1%20%2F"},
+        {"openexternalclient://chat&mallId=666", "1001", "moxclient://open/chat&mallId=1001"},
+        {"openexternalclient://mallId=666&x=1", "1001", "moxclient://open/x=1&mallId=1001"},
+        {"openexternalclient://order?mall%49d=666&sn=1", "1001",
+         "moxclient://open/order?sn=1&mallId=1001"},
+        {"openexternalclient://order?sn=1&mall%2549d=6", "1001",
+         "moxclient://open/order?sn=1&mallId=1001"},
+        {"openexternalclient://order?sn=1&MALL\xC4\xB1"
+         "D=6&%20mallid%09=7&mallId%00x=8",
+         "1001", "moxclient://open/order?sn=1&mallId=1001"},
+        {"openexternalclient://order?note=mallId&sn=1", "1001",
+         "moxclient://open/order?note=mallId&sn=1&mallId=1001"},
+        {"openexternalclient://order?sn=1%26mallId%3D666", "1001", nullptr},
+        {"openexternalclient://order?sn=1;mallId=666", "1001", nullptr},
+        {"openexternalclient://order?sn=%2525252525252541", "1001", nullptr},
         {"openexternalclient://order?sn=1#", "1001", nullptr},
         {"openexternalclient://order?sn=1 &x=2", "1001", nullptr},
         {"openexternalclient://order?sn=1\r\nx", "1001", nullptr},
@@ -495,6 +511,379 @@ TEST(HostilePage, ANewCallForgetsThePredecessorsLastWork) {
         EXPECT_EQ(host.CountOf(isWorker ? "WorkerJsCallback" : "RenderJsCallback"), 1u);
         EXPECT_EQ(moxh5::detail::PendingWorkCount(), pendingBefore) << isWorker;
     }
+}
+
+// "<answer> <result>" of a call from a page of the given kind and web view.
+std::string CallFromPage(const char* module, const char* method, const Json::Value& params,
+                         bool isWorker, int32_t webindex, const char* workerid = "worker-9") {
+    mox_h5_module_data call = MakeCall(method, params, isWorker);
+    call.webindex = webindex;
+    call.workerid = isWorker ? workerid : nullptr;
+    Json::Value answer;
+    const bool result = RunCall(module, call, answer);
+    return Compact(answer) + (result ? " true" : " false");
+}
+
+// Test that page requests never reach the merchant's own machine or network, whatever the
+// address spelling, unless the host lists the host; and that the host's network code gets the
+// URL as the check read it.
+TEST(HostilePage, RequestsStayOffTheLocalNetwork) {
+    const std::vector<std::string> kLocal = {"http://127.0.0.1:8080/",
+                                             "http://localhost/",
+                                             "http://LOCALHOST./x",
+                                             "http://api.localhost/",
+                                             "http://169.254.169.254/latest/meta-data/",
+                                             "http://10.0.0.1/",
+                                             "http://192.168.1.1/",
+                                             "http://172.20.0.1/",
+                                             "http://[::1]/",
+                                             "http://[::ffff:127.0.0.1]/",
+                                             "http://0x7f.1/",
+                                             "http://2130706433/",
+                                             "http://0177.0.0.1/",
+                                             "http://127.0.0.1./",
+                                             "http://0/",
+                                             "http://[fe80::1]/",
+                                             "http://[fd00::5]/",
+                                             "http://router/",
+                                             "http://nas.local/",
+                                             "http://%31%32%37.1/",
+                                             "http://\xEF\xBC\x91\xEF\xBC\x92\xEF\xBC\x97.0.0.1/",
+                                             "https://user:pw@api.example/"};
+    const bool windows = platform::LocalPathRules() == platform::PathRules::kWindows;
+    const std::string root = windows ? "C:\\" : "/";
+    const auto calls = [&root](const std::string& url) {
+        Json::Value get = ParseJson(R"({"type":"get"})");
+        get["url"] = url;
+        Json::Value upload;
+        upload["filePath"] = root + "moxh5-up.txt";  // never made: the host only records
+        upload["url"] = url;
+        Json::Value download;
+        download["filePath"] = root + "moxh5-down.txt";
+        download["url"] = url;
+        return std::vector<std::tuple<const char*, const char*, Json::Value>>{
+            {"JSNetwork", "httpRequest", get},
+            {"JSCallNative", "uploadFile", upload},
+            {"JSCallNative", "downloadRemoteFile", download}};
+    };
+    RecordingHost host;
+    ScopedActionInterface installed(&host);
+    {
+        ScopedPagePolicy policy;
+        ScopedLogCapture log;
+        for (const std::string& url : kLocal) {
+            for (const auto& [module, method, params] : calls(url)) {
+                EXPECT_EQ(CallFromPage(module, method, params, true, 7),
+                          R"({"message":"Invalid param."} false)")
+                    << method << " " << url;
+            }
+        }
+        EXPECT_EQ(host.Calls().size(), 0u);
+        EXPECT_EQ(log->Matching("[MoxH5] Page policy refused a network URL: ").size(),
+                  3 * kLocal.size());
+    }
+    // Listed hosts pass; the host gets the serialized URL, not the page's spelling.
+    MoxPagePolicy listed;
+    listed.allowedNetworkHosts = {"localhost", "127.0.0.0/8", "*.local"};
+    listed.fileRoots = {root};
+    ScopedPagePolicy policy(listed);
+    for (const auto& [url, sent] :
+         {std::pair{"http://0x7f.1:8080/a b", "http://127.0.0.1:8080/a%20b"},
+          {"HTTP://LocalHost/x", "http://localhost/x"},
+          {"http://nas.local", "http://nas.local/"}}) {
+        host.ClearCalls();
+        for (const auto& [module, method, params] : calls(url)) {
+            EXPECT_EQ(CallFromPage(module, method, params, true, 7), R"({"AsynExec":true} true)")
+                << method << " " << url;
+        }
+        ASSERT_EQ(host.Calls().size(), 3u) << url;
+        for (const HostCall& call : host.Calls()) EXPECT_EQ(call.args["url"].asString(), sent);
+    }
+    host.ClearCalls();
+    for (const auto& [module, method, params] : calls("http://10.0.0.1/")) {
+        EXPECT_EQ(CallFromPage(module, method, params, true, 7),
+                  R"({"message":"Invalid param."} false)");
+    }
+    EXPECT_EQ(host.Calls().size(), 0u);
+}
+
+// Test that no download or save writes a file the Windows shell acts on when its folder is
+// shown, unless the host allows that name.
+TEST(HostilePage, DownloadsWriteNoShellActiveFiles) {
+    ScopedTempDir dir;
+    const std::string kNames[] = {"desktop.ini",  "Desktop.INI. .",       "x.lnk", "x.URL", "x.scf",
+                                  "x.library-ms", "x.searchConnector-ms", "x.hta"};
+    RecordingHost host;
+    ScriptPageSession(host);
+    ScopedActionInterface installed(&host);
+    ScopedUserCenter users(&host);
+    const auto tryAll = [&](const std::string& name) {
+        host.ClearCalls();
+        Json::Value download = ParseJson(R"({"url":"https://dl.example/f"})");
+        download["filePath"] = dir.Utf8(name);
+        Json::Value save;
+        save["tempFilePath"] = dir.Utf8(name);
+        Json::Value file = ParseJson(
+            R"({"action":"download","user":"mall-1","role":"mall","node":{"download_url":"https://dl.example/f"}})");
+        file["node"]["file_name"] = name;
+        return std::vector<std::string>{CallOf("downloadRemoteFile", download),
+                                        CallOf("saveFile", save), CallOf("downloadFile", file)};
+    };
+    MoxPagePolicy roots;
+    roots.fileRoots = {dir.Utf8("")};
+    {
+        ScopedPagePolicy policy(roots);
+        ScopedLogCapture log;
+        for (const std::string& name : kNames) {
+            // Windows itself refuses the name with trailing dots and spaces as a path.
+            EXPECT_EQ(tryAll(name),
+                      (std::vector<std::string>{
+                          R"({"message":"Invalid param."} false)",
+                          R"({"message":"Invalid param."} false)",
+                          R"({"NoNeedUnifyCallBack":true,"message":"invalid_param"} false)"}))
+                << name;
+            EXPECT_EQ(HostActions(host).size(), 0u) << name;
+        }
+        EXPECT_GE(log->Matching("[MoxH5] Page policy refused a file name: ").size(),
+                  2 * std::size(kNames) - 2);
+        EXPECT_EQ(
+            tryAll("report.xlsx"),
+            (std::vector<std::string>{R"({"AsynExec":true} true)", R"({"AsynExec":true} true)",
+                                      R"({"NoNeedUnifyCallBack":true} true)"}));
+    }
+    roots.allowedShellFileNames = {".url"};
+    ScopedPagePolicy policy(roots);
+    EXPECT_EQ(tryAll("x.URL"),
+              (std::vector<std::string>{R"({"AsynExec":true} true)", R"({"AsynExec":true} true)",
+                                        R"({"NoNeedUnifyCallBack":true} true)"}));
+    EXPECT_EQ(tryAll("x.lnk")[2],
+              R"({"NoNeedUnifyCallBack":true,"message":"invalid_param"} false)");
+}
+
+// Test that the clipboard read is closed to pages until the host's method filter opens it, page
+// by page, while writing stays open.
+TEST(HostilePage, ClipboardReadNeedsTheHostsYes) {
+    RecordingHost host;
+    ScopedActionInterface installed(&host);
+    const std::string kDenied =
+        R"({"NoNeedUnifyCallBack":true,"message":"Invalid method.","support":false} false)";
+    const auto read = [](int32_t webindex) {
+        return CallFromPage("JSStorage", "getClipboardData", Json::objectValue, false, webindex);
+    };
+    Json::Value name;
+    name["name"] = "JSStorage.getClipboardData";
+    {
+        ScopedPagePolicy policy;
+        ScopedLogCapture log;
+        EXPECT_EQ(read(7), kDenied);
+        EXPECT_EQ(CallOf("canIUse", name, false, "JSCallBasic"), "null false");
+        EXPECT_TRUE(log->Contains("[MoxH5] Page policy denied JSStorage.getClipboardData"));
+        Json::Value text = ParseJson(R"({"type":"text","data":"x"})");
+        EXPECT_EQ(CallFromPage("JSStorage", "setPasteboard", text, false, 7),
+                  R"({"NoNeedUnifyCallBack":true} true)");
+    }
+    MoxPagePolicy filtered;
+    filtered.methodFilter = [](const MoxCallingPage& page, std::string_view, std::string_view) {
+        return page.webindex == 1;
+    };
+    {
+        ScopedPagePolicy policy(filtered);
+        EXPECT_EQ(read(1), R"({"NoNeedUnifyCallBack":true} true)");
+        EXPECT_EQ(read(7), kDenied);
+    }
+    EXPECT_EQ(read(7), R"({"NoNeedUnifyCallBack":true} true)");  // the unrestricted policy
+}
+
+// Test that every scheme with an authority gets the web rules once a host lets it reach the shell,
+// and that a custom scheme is checked as opaque text and handed on as written.
+TEST(HostilePage, ShellSchemesWithAnAuthorityKeepTheWebRules) {
+    MoxPagePolicy schemes;
+    schemes.shellSchemes = {"http", "https", "ftp", "ws", "wss", "file", "myapp"};
+    ScopedPagePolicy policy(schemes);
+    const std::pair<const char*, const char*> kTargets[] = {
+        {"ftp:a:b@evil.example/", nullptr},
+        {"ftp://a:b@evil.example/", nullptr},
+        {"ftp:evil.example/x", nullptr},
+        {"ws://u@evil.example/", nullptr},
+        {"wss:\\\\evil.example", nullptr},
+        {"file:///C:/Windows/System32/calc.exe", nullptr},
+        {"file://localhost/etc/passwd", nullptr},
+        {"FTP://files.example:21/a b", "ftp://files.example/a%20b"},
+        {"wss://chat.example/s?x=\"1\"", "wss://chat.example/s?x=%221%22"},
+        {"file://server/share/a.pdf", "file://server/share/a.pdf"},
+        {"myapp://open/x?y=1", "myapp://open/x?y=1"},
+        {"myapp://u:p@host/", nullptr},
+        {"myapp:a b", nullptr},
+        {"mailto:help@shop.example", nullptr},
+    };
+    for (const auto& [target, opened] : kTargets) {
+        ScopedShellRecorder shell;
+        ScopedLogCapture log;
+        Json::Value params;
+        params["url"] = target;
+        CallOf("windowsDownLoad", params);
+        EXPECT_EQ(shell.targets,
+                  opened ? std::vector<std::string>{opened} : std::vector<std::string>{})
+            << target;
+        EXPECT_EQ(log->Matching("[MoxH5] Page policy refused a shell-open: ").size(),
+                  opened ? 0u : 1u)
+            << target;
+    }
+}
+
+// Test that a file handed to one page is that page's only, and only until it closes or reloads.
+TEST(HostilePage, HandedFilesBelongToTheirPage) {
+    ScopedTempDir dir;
+    const std::string handed = dir.WriteFile("handed.txt", "12");
+    RecordingHost host;
+    ScopedActionInterface installed(&host);
+    ScopedPagePolicy policy;
+    Json::Value chosen;
+    chosen["data"]["filePath"] = Json::Value(Json::arrayValue);
+    chosen["data"]["filePath"].append(handed);
+    EXPECT_EQ(CallFromPage("JSCallNative", "selectFile", Json::objectValue, false, 7),
+              R"({"AsynExec":true} true)");
+    // Answered through the identity it was handed: exactly this work.
+    EXPECT_TRUE(AnswerPage(host.TakePending().at(0).page, true, chosen));
+    Json::Value path;
+    path["filePath"] = handed;
+    path["url"] = "https://up.example/";
+    const std::string kInfo = R"({"data":{"filePath":)" + Compact(handed) + R"(,"size":2}} true)";
+    const std::string kMissing = R"({"message":"get file info failed."} false)";
+    const struct {
+        bool isWorker;
+        int32_t webindex;
+        const char* workerid;
+        bool reaches;
+    } kPages[] = {{false, 7, "", true},
+                  {false, 8, "", false},
+                  {true, 7, "worker-9", false},
+                  {true, 7, "", false}};
+    for (const auto& p : kPages) {
+        EXPECT_EQ(
+            CallFromPage("JSCallNative", "getFileInfo", path, p.isWorker, p.webindex, p.workerid),
+            p.reaches ? kInfo : kMissing)
+            << p.isWorker << p.webindex;
+        if (p.reaches) continue;
+        EXPECT_EQ(CallFromPage("JSCallNative", "removeSavedFile", path, p.isWorker, p.webindex,
+                               p.workerid),
+                  R"({"message":"file not exist."} false)");
+        EXPECT_EQ(
+            CallFromPage("JSCallNative", "uploadFile", path, p.isWorker, p.webindex, p.workerid),
+            R"({"message":"Invalid param."} false)");
+    }
+    EXPECT_EQ(host.CountOf("UploadFile"), 0u);
+    // A reload is a new page: it may show anything, so it starts without the files.
+    ReadySingleton().PageClosed(false, 7, "");
+    EXPECT_EQ(CallFromPage("JSCallNative", "getFileInfo", path, false, 7), kMissing);
+    EXPECT_TRUE(std::filesystem::exists(dir.Path("handed.txt")));
+}
+
+// Test that a link or junction inside a file root leads nowhere outside it, while links that stay
+// inside (the root itself reached through a link included) still work.
+TEST(HostilePage, LinksInARootDoNotLeadOutOfIt) {
+    ScopedTempDir dir;
+    namespace fs = std::filesystem;
+    fs::create_directories(dir.Path("root/sub"));
+    fs::create_directories(dir.Path("outside"));
+    dir.WriteFile("outside/secret.txt", "secret");
+    dir.WriteFile("root/sub/in.txt", "1234");
+    std::error_code error;
+    fs::create_symlink(dir.Path("outside/secret.txt"), dir.Path("root/file-link.txt"), error);
+    if (error) GTEST_SKIP() << "links cannot be made here: " << error.message();
+    fs::create_directory_symlink(dir.Path("outside"), dir.Path("root/dir-link"), error);
+    fs::create_symlink(dir.Path("outside/none.txt"), dir.Path("root/dangling.txt"), error);
+    fs::create_symlink(dir.Path("root/sub/in.txt"), dir.Path("root/inner-link.txt"), error);
+    fs::create_directory_symlink(dir.Path("root"), dir.Path("root-link"), error);
+    ASSERT_FALSE(error) << error.message();
+    MoxPagePolicy roots;
+    roots.fileRoots = {dir.Utf8("root"), dir.Utf8("root-link")};
+    ScopedPagePolicy policy(roots);
+    RecordingHost host;
+    ScopedActionInterface installed(&host);
+    const auto info = [&](const std::string& name) {
+        Json::Value params;
+        params["filePath"] = dir.Utf8(name);
+        return CallOf("getFileInfo", params);
+    };
+    const auto download = [&](const std::string& name) {
+        Json::Value params = ParseJson(R"({"url":"https://dl.example/f"})");
+        params["filePath"] = dir.Utf8(name);
+        return CallOf("downloadRemoteFile", params);
+    };
+    ScopedLogCapture log;
+    for (const char* name : {"root/file-link.txt", "root/dir-link/secret.txt"}) {
+        EXPECT_EQ(info(name), R"({"message":"get file info failed."} false)") << name;
+        Json::Value params;
+        params["filePath"] = dir.Utf8(name);
+        EXPECT_EQ(CallOf("removeSavedFile", params), R"({"message":"file not exist."} false)");
+    }
+    for (const char* name :
+         {"root/dir-link/new.txt", "root/dangling.txt", "root/dir-link/a/b.txt"}) {
+        EXPECT_EQ(download(name), R"({"message":"Invalid param."} false)") << name;
+    }
+    EXPECT_EQ(log->Matching("leads out of the file roots").size(), 7u);
+    EXPECT_EQ(host.CountOf("DownloadRemoteFile"), 0u);
+    EXPECT_TRUE(fs::exists(dir.Path("outside/secret.txt")));
+    EXPECT_EQ(info("root/inner-link.txt").substr(0, 9), R"({"data":{)");
+    EXPECT_EQ(info("root-link/sub/in.txt").substr(0, 9), R"({"data":{)");
+    EXPECT_EQ(download("root/sub/new/deeper.txt"), R"({"AsynExec":true} true)");
+}
+
+// Test that the text of an exception a host throws stays on one line of the log, whether a call
+// or a late answer meets it.
+TEST(HostilePage, ExceptionTextsStayOnOneLine) {
+    RecordingHost host;
+    host.SetCallObserver([](const HostCall& call) {
+        if (call.op == "ShowToast" || call.op == "WorkerJsCallback") {
+            throw std::runtime_error("boom\n[100] forged\xE2\x80\xA8line");
+        }
+    });
+    ScopedActionInterface installed(&host);
+    const std::function<void()> kThrowers[] = {
+        [] { CallOf("showToast", ParseJson(R"({"content":"x"})")); },
+        [] { callBackToWebPage(true, true, 7, "mall-1|cs-1", "cb-late", "worker-9", {}); }};
+    for (const auto& meet : kThrowers) {
+        ScopedLogCapture log;
+        meet();
+        const auto lines = log->Matching("[MoxH5] exception in ");
+        ASSERT_EQ(lines.size(), 1u);
+        EXPECT_NE(lines[0].text.find("boom\\n[100] forged\\u2028line"), std::string::npos)
+            << lines[0].text;
+    }
+}
+
+// Test that a root compares without case on Windows but only by whole names: a sibling whose
+// name starts with the root's, in any case, stays outside.
+TEST(HostilePage, RootsMatchWholeNamesOnly) {
+    ScopedTempDir dir;
+    std::filesystem::create_directories(dir.Path("data"));
+    std::filesystem::create_directories(dir.Path("Data2"));
+    std::filesystem::create_directories(dir.Path("data.old"));
+    const std::string inside = dir.WriteFile("data/a.txt", "1");
+    dir.WriteFile("Data2/a.txt", "22");
+    dir.WriteFile("data.old/a.txt", "333");
+    const bool windows = platform::LocalPathRules() == platform::PathRules::kWindows;
+    MoxPagePolicy roots;
+    roots.fileRoots = {dir.Utf8("data")};
+    ScopedPagePolicy policy(roots);
+    const auto size = [](const std::string& path) {
+        Json::Value params;
+        params["filePath"] = path;
+        return CallOf("getFileInfo", params);
+    };
+    const auto upper = [](std::string text) {
+        for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        return text;
+    };
+    const std::string kMissing = R"({"message":"get file info failed."} false)";
+    for (const std::string& sibling :
+         {dir.Utf8("Data2/a.txt"), upper(dir.Utf8("Data2/a.txt")), dir.Utf8("data.old/a.txt"),
+          upper(dir.Utf8("data.old/a.txt")), dir.Utf8("data") + "2/a.txt", dir.Utf8("data")}) {
+        EXPECT_EQ(size(sibling), kMissing) << sibling;
+    }
+    EXPECT_NE(size(inside), kMissing);
+    EXPECT_EQ(size(upper(inside)) != kMissing, windows);
 }
 
 }  // namespace

@@ -1,8 +1,12 @@
 // A strict parser of absolute URLs (the generic syntax: scheme ":" then an
-// optional "//" authority, a path, a query and a fragment).
+// optional "//" authority, a path, a query and a fragment), for the schemes a
+// host adds to shell-open that carry no authority in the URL standard
+// ("mailto", a program's own scheme). Such a link is checked as an opaque
+// text and handed on as the page wrote it; the schemes that do carry one
+// ("http", "https", "ftp", "ws", "wss", "file") are read by ParseWebUrl
+// (WebUrl.h) instead.
 //
-// Pages hand URLs that reach the shell and the host's HTTP stack, so the
-// parser accepts less than browsers do, never more:
+// The parser accepts less than browsers do, never more:
 //   - the scheme is a letter followed by letters, digits, "+", "-" or ".";
 //   - no ASCII control character, space, DEL, backslash, or any of
 //     < > " { } | ^ ` anywhere; non-ASCII text must be valid UTF-8 without
@@ -18,6 +22,7 @@
 // Threads: any; no state.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -38,8 +43,16 @@ struct StrictUrl {
 // `refusal`, when given, receives a short reason for the log (a static text).
 std::optional<StrictUrl> ParseStrictUrl(std::string_view text, const char** refusal = nullptr);
 
-// An absolute "http" or "https" URL with a host.
-bool IsWebUrl(std::string_view text);
+// Code points that are invisible or act as spaces or controls (C1 controls,
+// no-break and other Unicode spaces, zero-width characters, bidirectional
+// controls, line and paragraph separators, the byte order mark, tags): a
+// link that holds one does not show what it opens.
+bool IsHiddenCodePoint(uint32_t code);
+
+// Decodes the UTF-8 sequence at text[i] (a lead byte of 0x80 or more) into
+// `code`, advancing `i` past it. False for a malformed or overlong sequence
+// or a surrogate.
+bool DecodeUtf8At(std::string_view text, size_t& i, uint32_t& code);
 
 // Whether `text` holds a CR, an LF or a NUL: such text must not reach an HTTP
 // header, a cookie or a request line.

@@ -52,9 +52,12 @@ inline constexpr size_t kMaxLogLineBytes = 2048;
 
 // Writes one log line when the priority is enabled: the printf-style text,
 // with CR, LF and TAB escaped as \r, \n and \t, other bytes below 0x20 and DEL
-// as \xNN; when longer than kMaxLogLineBytes, cut at a character boundary and
-// ended with "...[cut <bytes left out> bytes]". Formats into a fixed buffer;
-// never throws.
+// as \xNN, and the code points that break or reorder a line in log viewers
+// (C1 controls such as U+0085, U+2028, U+2029, the bidirectional marks
+// U+061C, U+200E, U+200F, embeddings and overrides U+202A-U+202E, isolates
+// U+2066-U+2069) as \uXXXX; when longer than kMaxLogLineBytes, cut at a
+// character boundary and ended with "...[cut <bytes left out> bytes]".
+// Formats into a fixed buffer; never throws.
 void WriteLogLine(int priority, const char* file, int line, const char* function,
                   const char* format, ...) noexcept MOX_PRINTF_FORMAT(5, 6);
 

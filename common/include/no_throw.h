@@ -5,18 +5,16 @@
 
 #include <exception>
 
-#include "MoxLog.h"
+#include "diagnostics.h"
 
 namespace moxh5::detail {
 
-// "[MoxH5] exception in <function>: <what>" at priority 300. When even the
-// log line fails (no memory), nothing is said.
+// "[MoxH5] exception in <function>: <what>" at priority 300, through the log
+// guard: an exception's text may carry a page's text (a host that throws
+// with what it was given). When even the log line fails, nothing is said.
 inline void LogEscape(const char* function, const char* what) noexcept {
-    try {
-        CMoxLog::MoxLogFormat(LOG_PRIORITY_ERROR, __FILE__, __LINE__, function,
-                              "[MoxH5] exception in %s: %s", function, what);
-    } catch (...) {
-    }
+    WriteLogLine(LOG_PRIORITY_ERROR, __FILE__, __LINE__, function, "[MoxH5] exception in %s: %s",
+                 function, what);
 }
 
 // Runs `body` and returns its result; an exception from it is logged with

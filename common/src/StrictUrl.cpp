@@ -43,8 +43,8 @@ bool IsUrlAscii(char c) {
     }
 }
 
-// Code points that are invisible or act as spaces or controls: a link that
-// holds one does not show what it opens.
+}  // namespace
+
 bool IsHiddenCodePoint(uint32_t c) {
     return (c >= 0x80 && c <= 0xA0) || c == 0xAD || c == 0x61C || c == 0x1680 || c == 0x180E ||
            (c >= 0x2000 && c <= 0x200F) || (c >= 0x2028 && c <= 0x202F) ||
@@ -52,10 +52,7 @@ bool IsHiddenCodePoint(uint32_t c) {
            (c >= 0xFFF9 && c <= 0xFFFB) || (c >= 0xE0000 && c <= 0xE007F);
 }
 
-// Decodes the UTF-8 sequence at text[i] (a lead byte of 0x80 or more) into
-// `code`, advancing `i` past it. False for a malformed or overlong sequence
-// or a surrogate.
-bool DecodeUtf8(std::string_view text, size_t& i, uint32_t& code) {
+bool DecodeUtf8At(std::string_view text, size_t& i, uint32_t& code) {
     const auto lead = static_cast<unsigned char>(text[i]);
     size_t length = 0;
     uint32_t minimum = 0;
@@ -79,13 +76,15 @@ bool DecodeUtf8(std::string_view text, size_t& i, uint32_t& code) {
     return true;
 }
 
+namespace {
+
 // The character-level rules, over the whole text; null when they hold.
 const char* CharacterRefusal(std::string_view text) {
     for (size_t i = 0; i < text.size();) {
         const char c = text[i];
         if (static_cast<unsigned char>(c) >= 0x80) {
             uint32_t code = 0;
-            if (!DecodeUtf8(text, i, code)) return "malformed UTF-8";
+            if (!DecodeUtf8At(text, i, code)) return "malformed UTF-8";
             if (IsHiddenCodePoint(code)) return "invisible or space character";
             continue;
         }
@@ -217,11 +216,6 @@ std::optional<StrictUrl> ParseStrictUrl(std::string_view text, const char** refu
     if (refusal) *refusal = why;
     if (why) return std::nullopt;
     return url;
-}
-
-bool IsWebUrl(std::string_view text) {
-    const std::optional<StrictUrl> url = ParseStrictUrl(text);
-    return url && (url->scheme == "http" || url->scheme == "https") && !url->host.empty();
 }
 
 bool HasLineBreakOrNul(std::string_view text) {

@@ -3,6 +3,7 @@
 #include <json/writer.h>
 
 #include <charconv>
+#include <cstdint>
 #include <cstdarg>
 #include <cstdio>
 
@@ -24,14 +25,25 @@ public:
         size_t consumed = 0;
         size_t keptAtCut = 0;
         size_t consumedAtCut = 0;
-        for (; consumed < raw.size(); ++consumed) {
-            if (!Escape(static_cast<unsigned char>(raw[consumed]))) break;
+        // Where the bytes kept one for one begin again after an escaped code
+        // point: a cut never backs up past it.
+        size_t floor = 0;
+        size_t floorAtCut = 0;
+        while (consumed < raw.size()) {
+            uint32_t code = 0;
+            const size_t length = EscapedCodePoint(raw.substr(consumed), code);
+            if (length ? !EscapeCodePoint(code) : !Escape(static_cast<unsigned char>(raw[consumed]))) {
+                break;
+            }
+            consumed += length ? length : 1;
+            if (length) floor = consumed;
             if (m_size <= kMaxLogLineBytes - kCutMarkRoom) {
                 keptAtCut = m_size;
-                consumedAtCut = consumed + 1;
+                consumedAtCut = consumed;
+                floorAtCut = floor;
             }
         }
-        if (consumed < total) Cut(raw, total, keptAtCut, consumedAtCut);
+        if (consumed < total) Cut(raw, total, keptAtCut, consumedAtCut, floorAtCut);
         m_text[m_size] = '\0';
     }
 
@@ -41,6 +53,44 @@ public:
 private:
     static bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
     static bool IsMultibyte(char c) { return static_cast<unsigned char>(c) >= 0x80; }
+
+    // The length of the UTF-8 sequence `rest` starts with when it encodes a
+    // code point that would break the line or reorder what a log viewer shows
+    // (C1 controls, U+0085 among them; the line and paragraph separators;
+    // the bidirectional marks, embeddings, overrides and isolates), with the
+    // code point in `code`; 0 for anything else.
+    static size_t EscapedCodePoint(std::string_view rest, uint32_t& code) {
+        const auto at = [&rest](size_t i) {
+            return i < rest.size() ? static_cast<unsigned char>(rest[i]) : 0u;
+        };
+        if (at(0) == 0xC2 && at(1) >= 0x80 && at(1) <= 0x9F) {
+            code = at(1);
+            return 2;
+        }
+        if (at(0) == 0xD8 && at(1) == 0x9C) {
+            code = 0x61C;
+            return 2;
+        }
+        if (at(0) != 0xE2) return 0;
+        const unsigned second = at(1), third = at(2);
+        if ((second == 0x80 &&
+             (third == 0x8E || third == 0x8F || (third >= 0xA8 && third <= 0xAE))) ||
+            (second == 0x81 && third >= 0xA6 && third <= 0xA9)) {
+            code = 0x2000 + ((second & 0x3F) << 6) + (third & 0x3F);
+            return 3;
+        }
+        return 0;
+    }
+
+    // Appends "\uXXXX"; false when it does not fit.
+    bool EscapeCodePoint(uint32_t code) {
+        static const char kHex[] = "0123456789abcdef";
+        if (m_size + 6 > kMaxLogLineBytes) return false;
+        m_text[m_size++] = '\\';
+        m_text[m_size++] = 'u';
+        for (int shift = 12; shift >= 0; shift -= 4) m_text[m_size++] = kHex[(code >> shift) & 0xF];
+        return true;
+    }
 
     // Appends one byte as the line shows it; false when it does not fit.
     bool Escape(unsigned char c) {
@@ -64,9 +114,10 @@ private:
 
     // Keeps the text up to the last byte that leaves room for the mark, but
     // not the start of a character cut off there; then writes the mark.
-    void Cut(std::string_view raw, size_t total, size_t kept, size_t consumed) {
-        // Bytes of 0x80 and above are kept as they are, one for one.
-        for (int i = 0; i < 3 && consumed > 0 && consumed < raw.size() &&
+    void Cut(std::string_view raw, size_t total, size_t kept, size_t consumed, size_t floor) {
+        // Bytes of 0x80 and above are kept as they are, one for one, after
+        // `floor`.
+        for (int i = 0; i < 3 && consumed > floor && consumed < raw.size() &&
                         IsContinuation(raw[consumed]) && IsMultibyte(raw[consumed - 1]);
              ++i) {
             --consumed;

@@ -202,8 +202,9 @@ bool ReadStrings(const Json::Value& value, std::vector<std::string>& strings) {
     return true;
 }
 
-// {"unrestricted": bool, "shellSchemes": [...], "fileRoots": [...]}; a
-// misspelt member is refused rather than left to loosen nothing silently.
+// {"unrestricted": bool, "shellSchemes": [...], "fileRoots": [...],
+// "allowedNetworkHosts": [...], "allowedShellFileNames": [...]}; a misspelt
+// member is refused rather than left to loosen nothing silently.
 bool ReadPolicy(const char* text, MoxPagePolicy& policy) {
     Json::Value value;
     if (!ParseJson(text, value) || !value.isObject()) return false;
@@ -212,7 +213,11 @@ bool ReadPolicy(const char* text, MoxPagePolicy& policy) {
         if (name == "unrestricted" && member.isBool()) {
             policy.unrestricted = member.asBool();
         } else if (!(name == "shellSchemes" && ReadStrings(member, policy.shellSchemes)) &&
-                   !(name == "fileRoots" && ReadStrings(member, policy.fileRoots))) {
+                   !(name == "fileRoots" && ReadStrings(member, policy.fileRoots)) &&
+                   !(name == "allowedNetworkHosts" &&
+                     ReadStrings(member, policy.allowedNetworkHosts)) &&
+                   !(name == "allowedShellFileNames" &&
+                     ReadStrings(member, policy.allowedShellFileNames))) {
             return false;
         }
     }
@@ -474,7 +479,8 @@ int MOXH5_CALL moxh5_set_page_policy(moxh5_host* host, const char* policy_json) 
         if (!ReadPolicy(policy_json, policy)) {
             return Fail(MOXH5_ERROR_JSON, kFunction,
                         "policy_json must be {\"unrestricted\": bool, \"shellSchemes\": "
-                        "[string...], \"fileRoots\": [string...]}");
+                        "[string...], \"fileRoots\": [string...], \"allowedNetworkHosts\": "
+                        "[string...], \"allowedShellFileNames\": [string...]}");
         }
         InstallPolicy(*g_live, std::move(policy));
         return MOXH5_OK;

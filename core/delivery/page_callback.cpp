@@ -59,7 +59,7 @@ bool Admitted(const Claim& claim, bool success, const Json::Value& answer) {
     switch (claim.outcome) {
         case AnswerOutcome::kDeliver:
             if (claim.hook == moxh5::detail::AnswerHook::kHandFiles) {
-                moxh5::detail::RememberHandedFiles(success, answer);
+                moxh5::detail::RememberHandedFiles(claim.page, success, answer);
             }
             return true;
         case AnswerOutcome::kAsItIs:

@@ -162,6 +162,7 @@ bool MoxModuleManager::Create() noexcept {
 void MoxModuleManager::PageClosed(bool isWorker, int32_t webindex,
                                   const std::string& workerid) noexcept {
     const size_t dropped = moxh5::detail::CloseWorkOf(isWorker, webindex, workerid);
+    moxh5::detail::ForgetHandedFilesOf(isWorker, webindex, workerid);
     moxh5::detail::CatchAll("MoxModuleManager::PageClosed", [&] {
         MOX_LOG(LOG_PRIORITY_INFO, "MoxModuleManager::PageClosed",
                 "[MoxH5] Page closed: worker[%d] webindex[%d] workerid[%.64s], %u answers "

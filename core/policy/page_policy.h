@@ -20,36 +20,61 @@
 
 namespace moxh5::detail {
 
-// Whether the policy's method filter lets the page of `data` call `method`
-// of `module`. Without a filter it is one test of an empty function.
+// Whether the policy in force is the unrestricted one.
+bool PolicyUnrestricted();
+
+// Whether the page of `data` may call `method` of `module`: the policy's
+// method filter decides; without one every method may be called but the
+// clipboard read (unless the policy is unrestricted).
 bool MethodPermitted(const mox_h5_module_data& data, std::string_view module,
                      std::string_view method);
 
-// Whether `target` may go to the shell: an absolute URL of one of the
-// policy's shell schemes ("http"/"https" with a host).
-bool ShellMayOpen(std::string_view target, const CallSite& site);
+// The text to hand the shell for the page's `target`, or nullopt (logged)
+// when the policy keeps it from the shell: a URL of one of the policy's
+// shell schemes, serialized when its scheme carries an authority (WebUrl.h),
+// as the page wrote it otherwise. Unrestricted: `target` as it is.
+std::optional<std::string> ShellTarget(std::string_view target, const CallSite& site);
 
-// Whether `url` may go to the host's network code: an absolute http or https
-// URL (any text when the policy is unrestricted), without CR, LF or NUL.
-bool NetworkUrlAllowed(std::string_view url, const CallSite& site);
+// The same for a link that must be a web link ("http" or "https"); a link of
+// another scheme is refused (and logged) whatever the shell schemes. Under
+// the unrestricted policy the rule of earlier versions: an "http" or "https"
+// scheme followed by "://" and more, passed as written.
+std::optional<std::string> WebShellTarget(std::string_view target, const CallSite& site);
+
+// The URL to hand the host's network code for the page's `url`, or nullopt
+// (logged): an absolute http or https URL with a host and no credentials,
+// whose host is not local unless the policy lists it (core/policy/
+// local_hosts.h), serialized; free of CR, LF and NUL whatever the policy.
+// Unrestricted: `url` as it is (once free of CR, LF and NUL).
+std::optional<std::string> NetworkUrl(std::string_view url, const CallSite& site);
 
 // Whether `text` (a cookie, a header line, a form field) is free of CR, LF
 // and NUL.
 bool HeaderTextAllowed(std::string_view text, const CallSite& site);
 
-// The path to use for the page-named local file `utf8Path`, or nullopt when
-// the policy keeps it out of reach: not an acceptable absolute local path, or
-// neither inside a file root nor a file the host handed to a page.
-std::optional<std::wstring> PageFileInScope(const std::string& utf8Path, const CallSite& site);
+// The path to use for the local file `utf8Path` that the page of `data` names,
+// or nullopt when the policy keeps it out of reach: not an acceptable absolute
+// local path, or neither inside a file root (by its words and, once links and
+// junctions are followed, by its final path) nor a file the host handed to
+// that page.
+std::optional<std::wstring> PageFileInScope(const mox_h5_module_data& data,
+                                            const std::string& utf8Path, const CallSite& site);
 
-// Adds a file the host handed to a page to the page file scope. The set
-// keeps the most recent files only (a bounded number).
-void RememberHandedFile(const std::string& utf8Path);
+// Whether a download or save may write a file under the name at the end of
+// `pathOrName`: not one the Windows shell acts on (core/policy/
+// shell_file_names.h) unless the policy allows it.
+bool FileNameAllowed(std::string_view pathOrName, const CallSite& site);
 
-// Runs before the answer of work that gives a page files ("selectFile",
-// "saveFile", "downloadRemoteFile") reaches the page: on success it remembers
-// the answer's "data" "path" and "filePath" (each a string or an array of
-// strings). Never throws.
-void RememberHandedFiles(bool success, const Json::Value& answer) noexcept;
+// Runs before the answer of work that gives `page` files ("selectFile",
+// "saveFile", "downloadRemoteFile") reaches it: on success it lets that page
+// use the answer's "data" "path" and "filePath" (each a string or an array of
+// strings). The most recent files only are kept (a bounded number). Never
+// throws.
+void RememberHandedFiles(const MoxPageIdentity& page, bool success,
+                         const Json::Value& answer) noexcept;
+
+// The page closed or reloaded: the files handed to it are no longer in its
+// scope, nor in that of the page that takes its place.
+void ForgetHandedFilesOf(bool isWorker, int32_t webindex, const std::string& workerid) noexcept;
 
 }  // namespace moxh5::detail

@@ -4,6 +4,7 @@
 
 #include "core/dispatch/answer.h"
 #include "diagnostics.h"
+#include "core/policy/page_policy.h"
 #include "core/dispatch/params.h"
 #include "mox_json.h"
 #include "moxh5/module_manager.h"
@@ -14,19 +15,22 @@ constexpr char kSetLogFunction[] = "H5BasicWorker::setLog";
 
 // The priority a "logLevel" word selects, or 0 for an unknown word. A page
 // writes at notice at most: the more urgent levels belong to the host and the
-// library, and a page must not raise alarms in their name.
-int PriorityOfLevel(std::string_view word) {
+// library, and a page must not raise alarms in their name. The unrestricted
+// page policy keeps the word's own priority, as earlier versions did.
+int PriorityOfLevel(std::string_view word, bool clamped) {
     constexpr struct {
         std::string_view word;
         int priority;
     } kLevels[] = {
         {"debug", LOG_PRIORITY_DEBUG},   {"info", LOG_PRIORITY_INFO},
-        {"notice", LOG_PRIORITY_NOTICE}, {"warning", LOG_PRIORITY_NOTICE},
-        {"error", LOG_PRIORITY_NOTICE},  {"critical", LOG_PRIORITY_NOTICE},
-        {"alert", LOG_PRIORITY_NOTICE},
+        {"notice", LOG_PRIORITY_NOTICE}, {"warning", LOG_PRIORITY_WARNING},
+        {"error", LOG_PRIORITY_ERROR},   {"critical", LOG_PRIORITY_CRITICAL},
+        {"alert", LOG_PRIORITY_ALERT},
     };
     for (const auto& level : kLevels) {
-        if (level.word == word) return level.priority;
+        if (level.word != word) continue;
+        return clamped && level.priority < LOG_PRIORITY_NOTICE ? LOG_PRIORITY_NOTICE
+                                                               : level.priority;
     }
     return 0;
 }
@@ -70,7 +74,7 @@ bool H5BasicWorker::setLog(const mox_h5_module_data* data, Json::Value& answer) 
     }
     const std::string content = mox_json::GetJsonValueToString(*params, "content", kSetLogFunction);
     const std::string level = mox_json::GetJsonValueToString(*params, "logLevel", kSetLogFunction);
-    const int priority = PriorityOfLevel(level);
+    const int priority = PriorityOfLevel(level, !moxh5::detail::PolicyUnrestricted());
     if (content.empty() || priority == 0) {
         answer[key::kMessage] = text::kInvalidParam;
         return false;

@@ -34,7 +34,8 @@ namespace text = moxh5::text;
 using moxh5::detail::AnswerHook;
 using moxh5::detail::LaterWork;
 using moxh5::detail::CallSite;
-using moxh5::detail::NetworkUrlAllowed;
+using moxh5::detail::FileNameAllowed;
+using moxh5::detail::NetworkUrl;
 using moxh5::detail::PageFileInScope;
 using moxh5::detail::RequireCall;
 using moxh5::detail::RequireObjectParams;
@@ -83,7 +84,8 @@ bool H5NativeWorker::checkFileExist(const mox_h5_module_data* data, Json::Value&
     std::string pagePath;
     if (mox_json::GetJsonValueToString(*call.params, "filePathName", pagePath, kFunction, true,
                                        false)) {
-        const std::optional<std::wstring> path = PageFileInScope(pagePath, NATIVE_SITE(kFunction));
+        const std::optional<std::wstring> path =
+            PageFileInScope(*data, pagePath, NATIVE_SITE(kFunction));
         found = path && moxh5::platform::FileExists(*path);
         if (found) {
             NATIVE_LOG(LOG_PRIORITY_INFO, kFunction, "[MoxH5] Find file[%s]",
@@ -126,7 +128,8 @@ bool H5NativeWorker::selectFile(const mox_h5_module_data* data, Json::Value& ans
     return work.Handed(call.host->SelectFile(filter, work.Page(), work.Done()), answer);
 }
 
-// An empty "cookie" is allowed; an empty "url" or "filePath" is not.
+// An empty "cookie" is allowed; an empty "url" or "filePath" is not, nor a
+// target name the Windows shell acts on. The URL goes to the host serialized.
 bool H5NativeWorker::downloadRemoteFile(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::downloadRemoteFile";
     const auto call = RequireCall(data, answer, NATIVE_SITE(kFunction));
@@ -139,25 +142,24 @@ bool H5NativeWorker::downloadRemoteFile(const mox_h5_module_data* data, Json::Va
     NATIVE_LOG(LOG_PRIORITY_INFO, kFunction, "[MoxH5] H5 download url[%s], path[%s]", url.c_str(),
                filePath.c_str());
     const CallSite site = NATIVE_SITE(kFunction);
+    std::optional<std::string> source;
     std::optional<std::wstring> target;
-    if (!url.empty() && !filePath.empty() && NetworkUrlAllowed(url, site) &&
-        AllHeaderTexts({&cookie}, site)) {
-        target = PageFileInScope(filePath, site);
-    }
-    if (!target) {
+    if (!url.empty() && !filePath.empty()) source = NetworkUrl(url, site);
+    if (source && AllHeaderTexts({&cookie}, site)) target = PageFileInScope(*data, filePath, site);
+    if (!target || !FileNameAllowed(moxh5::platform::WideToUtf8(*target), site)) {
         answer[key::kMessage] = text::kInvalidParam;
         return false;
     }
     LaterWork work(*data, AnswerHook::kHandFiles);
     if (!work.Open(answer)) return false;
-    return work.Handed(call.host->DownloadRemoteFile(moxh5::platform::WideToUtf8(*target), url,
+    return work.Handed(call.host->DownloadRemoteFile(moxh5::platform::WideToUtf8(*target), *source,
                                                      cookie, work.Page(), work.Done()),
                        answer);
 }
 
-// The six values go to the host as the page sent them (the path normalized),
-// empty ones included, once the URL, the texts and the path have passed the
-// page policy.
+// The six values go to the host as the page sent them (the path normalized,
+// the URL serialized), empty ones included, once the URL, the texts and the
+// path have passed the page policy.
 bool H5NativeWorker::uploadFile(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::uploadFile";
     const auto call = RequireCall(data, answer, NATIVE_SITE(kFunction));
@@ -172,10 +174,10 @@ bool H5NativeWorker::uploadFile(const mox_h5_module_data* data, Json::Value& ans
     const std::string signValue = ReadString(params, "signValue", kFunction);
     const std::string fileDataName = ReadString(params, "fileDataName", kFunction);
     const CallSite site = NATIVE_SITE(kFunction);
+    const std::optional<std::string> destination = NetworkUrl(url, site);
     std::optional<std::wstring> file;
-    if (NetworkUrlAllowed(url, site) &&
-        AllHeaderTexts({&cookie, &signName, &signValue, &fileDataName}, site)) {
-        file = PageFileInScope(filePath, site);
+    if (destination && AllHeaderTexts({&cookie, &signName, &signValue, &fileDataName}, site)) {
+        file = PageFileInScope(*data, filePath, site);
     }
     if (!file) {
         answer[key::kMessage] = text::kInvalidParam;
@@ -183,10 +185,10 @@ bool H5NativeWorker::uploadFile(const mox_h5_module_data* data, Json::Value& ans
     }
     LaterWork work(*data);
     if (!work.Open(answer)) return false;
-    return work.Handed(call.host->UploadFile(url, cookie, moxh5::platform::WideToUtf8(*file),
-                                             signName, signValue, fileDataName, work.Page(),
-                                             work.Done()),
-                       answer);
+    return work.Handed(
+        call.host->UploadFile(*destination, cookie, moxh5::platform::WideToUtf8(*file), signName,
+                              signValue, fileDataName, work.Page(), work.Done()),
+        answer);
 }
 
 bool H5NativeWorker::saveFile(const mox_h5_module_data* data, Json::Value& answer) {
@@ -197,8 +199,10 @@ bool H5NativeWorker::saveFile(const mox_h5_module_data* data, Json::Value& answe
 
     const std::string tempFilePath = ReadString(*call.params, "tempFilePath", kFunction);
     const std::optional<std::wstring> file =
-        tempFilePath.empty() ? std::nullopt : PageFileInScope(tempFilePath, NATIVE_SITE(kFunction));
-    if (!file) {
+        tempFilePath.empty() ? std::nullopt
+                             : PageFileInScope(*data, tempFilePath, NATIVE_SITE(kFunction));
+    // The saved copy takes the file's name.
+    if (!file || !FileNameAllowed(tempFilePath, NATIVE_SITE(kFunction))) {
         answer[key::kMessage] = text::kInvalidParam;
         return false;
     }
@@ -222,7 +226,8 @@ bool H5NativeWorker::removeSavedFile(const mox_h5_module_data* data, Json::Value
         answer[key::kMessage] = kFilePathEmpty;
         return false;
     }
-    const std::optional<std::wstring> path = PageFileInScope(filePath, NATIVE_SITE(kFunction));
+    const std::optional<std::wstring> path =
+        PageFileInScope(*data, filePath, NATIVE_SITE(kFunction));
     if (!path || !moxh5::platform::FileExists(*path)) {
         answer[key::kMessage] = kFileNotExist;
         return false;
@@ -246,7 +251,8 @@ bool H5NativeWorker::getFileInfo(const mox_h5_module_data* data, Json::Value& an
         answer[key::kMessage] = text::kInvalidParam;
         return false;
     }
-    const std::optional<std::wstring> path = PageFileInScope(filePath, NATIVE_SITE(kFunction));
+    const std::optional<std::wstring> path =
+        PageFileInScope(*data, filePath, NATIVE_SITE(kFunction));
     const std::optional<uint64_t> size =
         path ? moxh5::platform::RegularFileSize(*path) : std::nullopt;
     if (!size) {

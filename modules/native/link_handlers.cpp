@@ -11,7 +11,6 @@
 #include <optional>
 #include <string_view>
 
-#include "StrictUrl.h"
 #include "core/dispatch/answer.h"
 #include "core/dispatch/guard.h"
 #include "core/policy/page_policy.h"
@@ -53,35 +52,99 @@ bool StartsWith(const std::string& text, const char* prefix, size_t length) {
 // it into a fragment that the client never reads.
 bool FitsClientLink(unsigned char c) { return c > 0x20 && c != 0x7F && c != '#'; }
 
-bool NamesMallId(std::string_view argument) {
-    constexpr std::string_view kName = "mallid";
-    const std::string_view name = argument.substr(0, argument.find('='));
-    if (name.size() != kName.size()) return false;
-    for (size_t i = 0; i < name.size(); ++i) {
-        if (std::tolower(static_cast<unsigned char>(name[i])) != kName[i]) return false;
-    }
-    return true;
+// Rounds of percent-decoding a client link is read through: more than any
+// receiver applies.
+constexpr int kDecodeRounds = 4;
+
+int HexDigit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
 }
 
+// `text` percent-decoded until nothing is left to decode (a receiver may
+// decode more than once), or null when it is still not after kDecodeRounds.
+std::optional<std::string> FullyDecoded(std::string_view text) {
+    std::string decoded(text);
+    for (int round = 0; round <= kDecodeRounds; ++round) {
+        std::string next;
+        bool changed = false;
+        for (size_t i = 0; i < decoded.size(); ++i) {
+            if (decoded[i] == '%' && i + 2 < decoded.size() && HexDigit(decoded[i + 1]) >= 0 &&
+                HexDigit(decoded[i + 2]) >= 0) {
+                next += static_cast<char>(HexDigit(decoded[i + 1]) * 16 + HexDigit(decoded[i + 2]));
+                i += 2;
+                changed = true;
+            } else {
+                next += decoded[i];
+            }
+        }
+        if (!changed) return decoded;
+        decoded.swap(next);
+    }
+    return std::nullopt;
+}
+
+// Whether an argument of a client link names the mall as the client reads
+// names: percent-decoded, cut at a NUL, without surrounding whitespace,
+// without case ("I" and "i" also as the dotted capital and the dotless
+// small letter, which case-insensitive comparisons take for them).
+// A name escaped deeper than that counts as the mall's.
+bool NamesMallId(std::string_view argument) {
+    std::optional<std::string> decoded = FullyDecoded(argument.substr(0, argument.find('=')));
+    if (!decoded) return true;
+    const std::string name = decoded->substr(0, decoded->find('\0'));
+    std::string folded;
+    for (size_t i = 0; i < name.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(name[i]);
+        if (byte == 0xC4 && i + 1 < name.size() &&
+            (name[i + 1] == '\xB0' || name[i + 1] == '\xB1')) {  // U+0130, U+0131
+            folded += 'i';
+            ++i;
+        } else if (!std::isspace(byte)) {
+            folded += static_cast<char>(std::tolower(byte));
+        }
+    }
+    return folded == "mallid";
+}
+
+bool IsArgumentSeparator(char c) { return c == '?' || c == '&'; }
+
 // The page's part of a client link, without any mall argument of its own:
-// the mall comes from the page's session only. Null when it cannot be used.
+// the mall comes from the page's session only. The client reads arguments
+// after "?" or "&" (the library itself appends the mall after "&"), so every
+// argument between those marks that names the mall is dropped, the first
+// included. Null when the link cannot be used: it holds a byte that does not
+// fit, or decoding it as the client may would still bring out a mall
+// argument (an escaped "&", a ";" some readers split at).
 std::optional<std::string> PagePartOfClientLink(std::string_view rest) {
     for (const char c : rest) {
         if (!FitsClientLink(static_cast<unsigned char>(c))) return std::nullopt;
     }
-    const size_t query = rest.find('?');
-    if (query == std::string_view::npos) return std::string(rest);
-    std::string kept(rest.substr(0, query + 1));
-    size_t start = query + 1;
+    std::string kept;
+    size_t start = 0;
+    char separator = '\0';  // before the first argument: none
     for (;;) {
-        const size_t end = std::min(rest.find('&', start), rest.size());
+        size_t end = start;
+        while (end < rest.size() && !IsArgumentSeparator(rest[end])) ++end;
         const std::string_view argument = rest.substr(start, end - start);
+        if (separator == '?') kept += '?';
         if (!NamesMallId(argument)) {
-            if (kept.back() != '?') kept += '&';
+            if (separator == '&' && !kept.empty() && kept.back() != '?') kept += '&';
             kept.append(argument);
         }
         if (end == rest.size()) break;
+        separator = rest[end];
         start = end + 1;
+    }
+    const std::optional<std::string> decoded = FullyDecoded(kept);
+    if (!decoded) return std::nullopt;
+    for (size_t from = 0;;) {
+        const size_t end = decoded->find_first_of("?&;", from);
+        if (NamesMallId(std::string_view(*decoded).substr(from, end - from))) return std::nullopt;
+        if (end == std::string::npos) break;
+        from = end + 1;
     }
     return kept;
 }
@@ -159,17 +222,19 @@ bool H5NativeWorker::openWebUseBrowser(const mox_h5_module_data* data, Json::Val
     }
     // Only web links go to the shell (anything else would let a page open
     // local files or start programs), and only those the page policy allows.
-    if (!moxh5::IsWebUrl(targetUrl) ||
-        !moxh5::detail::ShellMayOpen(targetUrl, NATIVE_SITE(kFunction))) {
+    const std::optional<std::string> opened =
+        moxh5::detail::WebShellTarget(targetUrl, NATIVE_SITE(kFunction));
+    if (!opened) {
         answer[key::kMessage] = text::kInvalidParam;
         return false;
     }
-    return moxh5::platform::ShellOpen(moxh5::platform::Utf8ToWide(targetUrl)) >= kShellStarted;
+    return moxh5::platform::ShellOpen(moxh5::platform::Utf8ToWide(*opened)) >= kShellStarted;
 }
 
 // {"action": "download", "user", "role", "node": {"download_url", "file_name"}}:
 // a request that does not say what to download for whom is "invalid_param",
-// a node without a link "invalid_data". The account must be the page's own.
+// a node without a link "invalid_data". The account must be the page's own,
+// and the file name not one the Windows shell acts on ("invalid_param").
 bool H5NativeWorker::downloadFile(const mox_h5_module_data* data, Json::Value& answer) {
     constexpr char kFunction[] = "H5NativeWorker::downloadFile";
     const auto call = moxh5::detail::RequireCall(data, answer, NATIVE_SITE(kFunction));
@@ -189,6 +254,11 @@ bool H5NativeWorker::downloadFile(const mox_h5_module_data* data, Json::Value& a
         answer[key::kMessage] = kInvalidData;
         return false;
     }
+    const std::string fileName = mox_json::GetJsonValueToString(*node, "file_name", kFunction);
+    if (!moxh5::detail::FileNameAllowed(fileName, NATIVE_SITE(kFunction))) {
+        answer[key::kMessage] = kInvalidDownloadParam;
+        return false;
+    }
     if (!IsSessionAccount(*data, user, role, NATIVE_SITE(kFunction))) {
         if (CMoxLog::IsEnabled(LOG_PRIORITY_WARNING)) {
             const std::string line = fmt::format("{}-{} not current uid", user, role);
@@ -197,6 +267,5 @@ bool H5NativeWorker::downloadFile(const mox_h5_module_data* data, Json::Value& a
         answer[key::kMessage] = kInvalidDownloadParam;
         return false;
     }
-    return call.host->DownloadFile(data, downloadUrl,
-                                   mox_json::GetJsonValueToString(*node, "file_name", kFunction));
+    return call.host->DownloadFile(data, downloadUrl, fileName);
 }

@@ -33,10 +33,12 @@ constexpr uintptr_t kShellErrorCeiling = 32;
     ::moxh5::detail::WriteJsonLogLine(LOG_PRIORITY_INFO, ::moxh5::native::kLogFile, __LINE__, \
                                       (function), (format), (body).isNull() ? nullptr : &(body))
 
-// Opens `target` when the page policy lets it reach the shell.
+// Opens `target` when the page policy lets it reach the shell, in the form
+// the policy hands on.
 bool ShellOpened(const std::string& target, const moxh5::detail::CallSite& site) {
-    if (!moxh5::detail::ShellMayOpen(target, site)) return false;
-    return moxh5::platform::ShellOpen(moxh5::platform::Utf8ToWide(target)) > kShellErrorCeiling;
+    const std::optional<std::string> opened = moxh5::detail::ShellTarget(target, site);
+    if (!opened) return false;
+    return moxh5::platform::ShellOpen(moxh5::platform::Utf8ToWide(*opened)) > kShellErrorCeiling;
 }
 
 // Answers "message" with the text for the outcome; returns the outcome.

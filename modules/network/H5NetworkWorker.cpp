@@ -1,5 +1,6 @@
 #include "modules/network/H5NetworkWorker.h"
 
+#include <optional>
 #include <vector>
 
 #include "core/dispatch/answer.h"
@@ -35,17 +36,17 @@ std::vector<std::string> HeaderLines(const Json::Value& params) {
     return lines;
 }
 
-// Whether the URL, the cookie and every header line may reach the host's
-// HTTP code under the page policy.
-bool RequestTextsAllowed(const std::string& url, const std::string& cookie,
-                         const std::vector<std::string>& headers, const detail::CallSite& site) {
-    if (!detail::NetworkUrlAllowed(url, site) || !detail::HeaderTextAllowed(cookie, site)) {
-        return false;
-    }
+// The URL to hand the host's HTTP code when the URL, the cookie and every
+// header line may reach it under the page policy.
+std::optional<std::string> AllowedRequestUrl(const std::string& url, const std::string& cookie,
+                                             const std::vector<std::string>& headers,
+                                             const detail::CallSite& site) {
+    std::optional<std::string> allowed = detail::NetworkUrl(url, site);
+    if (!allowed || !detail::HeaderTextAllowed(cookie, site)) return std::nullopt;
     for (const std::string& line : headers) {
-        if (!detail::HeaderTextAllowed(line, site)) return false;
+        if (!detail::HeaderTextAllowed(line, site)) return std::nullopt;
     }
-    return true;
+    return allowed;
 }
 
 }  // namespace
@@ -107,7 +108,8 @@ bool H5HttpRequest(int, IH5ActionImplCallBack* host, const std::string& extra,
     const std::string cookie = mox_json::GetJsonValueToString(*params, "cookie", kHttpFunction);
     if (!host) return false;
     const std::vector<std::string> headers = HeaderLines(*params);
-    if (!RequestTextsAllowed(url, cookie, headers, site)) {
+    const std::optional<std::string> requestUrl = AllowedRequestUrl(url, cookie, headers, site);
+    if (!requestUrl) {
         answer[key::kMessage] = moxh5::text::kInvalidParam;
         return false;
     }
@@ -121,8 +123,8 @@ bool H5HttpRequest(int, IH5ActionImplCallBack* host, const std::string& extra,
     // Header lines are not passed for GET, even when the page sends them.
     const bool accepted =
         type == "post" ? host->HttpPost(kPageHttpRequest, data, data->webindex, data->callbackid,
-                                        extra, work.Done(), url, content, cookie, headers)
+                                        extra, work.Done(), *requestUrl, content, cookie, headers)
                        : host->HttpGet(kPageHttpRequest, data, data->webindex, data->callbackid,
-                                       extra, work.Done(), url, content, cookie);
+                                       extra, work.Done(), *requestUrl, content, cookie);
     return work.Handed(accepted, answer);
 }

@@ -1,4 +1,10 @@
 // Local paths under POSIX rules: absolute from "/", names compared exactly.
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+
 #include "moxh5/platform.h"
 
 namespace moxh5::platform {
@@ -34,6 +40,43 @@ std::optional<LocalPath> CheckLocalPath(std::wstring_view path, const char** ref
     local.key = local.native;
     if (refusal) *refusal = nullptr;
     return local;
+}
+
+namespace {
+
+// realpath's result, or nullopt with its errno in `error`.
+std::optional<std::string> RealPath(const std::string& path, int& error) {
+    errno = 0;
+    char* resolved = ::realpath(path.c_str(), nullptr);
+    error = errno;
+    if (!resolved) return std::nullopt;
+    const std::unique_ptr<char, decltype(&std::free)> owned(resolved, &std::free);
+    return std::string(resolved);
+}
+
+}  // namespace
+
+std::optional<std::wstring> FinalPath(const std::wstring& path) {
+    std::string rest = WideToUtf8(path);
+    if (rest.empty() || rest[0] != '/') return std::nullopt;
+    // Names that do not exist yet, last first.
+    std::string missing;
+    for (;;) {
+        int error = 0;
+        if (std::optional<std::string> resolved = RealPath(rest, error)) {
+            if (resolved->back() != '/' && !missing.empty()) *resolved += '/';
+            return Utf8ToWide(*resolved + missing);
+        }
+        struct stat info {};
+        // Only a name that is not there at all, not even as a dangling link,
+        // may be resolved through its parent.
+        if (error != ENOENT || ::lstat(rest.c_str(), &info) == 0) return std::nullopt;
+        const size_t slash = rest.rfind('/');
+        if (slash == std::string::npos || rest == "/") return std::nullopt;
+        const std::string name = rest.substr(slash + 1);
+        missing = missing.empty() ? name : name + "/" + missing;
+        rest.erase(slash == 0 ? 1 : slash);
+    }
 }
 
 }  // namespace moxh5::platform

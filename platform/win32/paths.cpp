@@ -99,4 +99,66 @@ std::optional<LocalPath> CheckLocalPath(std::wstring_view path, const char** ref
     return local;
 }
 
+namespace {
+
+// The final path of what `path` names, read from a handle on it; nullopt
+// with the error in `error` when it cannot be opened.
+std::optional<std::wstring> FinalPathOfExisting(const std::wstring& path, DWORD& error) {
+    // No access asked for: enough to read the name, and no sharing conflict.
+    // Directories open only with backup semantics.
+    const HANDLE file =
+        ::CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                      nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        error = ::GetLastError();
+        return std::nullopt;
+    }
+    std::wstring name(MAX_PATH, L'\0');
+    DWORD size = ::GetFinalPathNameByHandleW(file, name.data(), static_cast<DWORD>(name.size()),
+                                             FILE_NAME_NORMALIZED | VOLUME_NAME_DOS);
+    if (size >= name.size()) {
+        name.resize(size);
+        size = ::GetFinalPathNameByHandleW(file, name.data(), static_cast<DWORD>(name.size()),
+                                           FILE_NAME_NORMALIZED | VOLUME_NAME_DOS);
+    }
+    error = ::GetLastError();
+    ::CloseHandle(file);
+    if (size == 0 || size >= name.size()) return std::nullopt;
+    name.resize(size);
+    constexpr std::wstring_view kUnc = L"\\\\?\\UNC\\";
+    constexpr std::wstring_view kLong = L"\\\\?\\";
+    if (name.compare(0, kUnc.size(), kUnc) == 0) return L"\\\\" + name.substr(kUnc.size());
+    if (name.compare(0, kLong.size(), kLong) == 0) return name.substr(kLong.size());
+    return name;
+}
+
+}  // namespace
+
+std::optional<std::wstring> FinalPath(const std::wstring& path) {
+    std::wstring rest = path;
+    // Names that do not exist yet, last first.
+    std::wstring missing;
+    for (;;) {
+        DWORD error = 0;
+        if (std::optional<std::wstring> resolved = FinalPathOfExisting(rest, error)) {
+            if (!missing.empty() && resolved->back() != L'\\') *resolved += L'\\';
+            return *resolved + missing;
+        }
+        // Only a name that is not there at all, not even as a dangling link,
+        // may be resolved through its parent.
+        if ((error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND) ||
+            ::GetFileAttributesW(rest.c_str()) != INVALID_FILE_ATTRIBUTES) {
+            return std::nullopt;
+        }
+        const size_t separator = rest.find_last_of(L"\\/");
+        // "C:\" is the last ancestor there is.
+        if (separator == std::wstring::npos || separator < 2 || rest.size() <= 3) {
+            return std::nullopt;
+        }
+        const std::wstring name = rest.substr(separator + 1);
+        missing = missing.empty() ? name : name + L"\\" + missing;
+        rest.erase(separator == 2 ? 3 : separator);
+    }
+}
+
 }  // namespace moxh5::platform

@@ -55,6 +55,17 @@ private:
     IUserCenter* m_previous;
 };
 
+// Puts `policy` in force for the lifetime of the object (the safe default
+// unless given); the fixture's unrestricted policy after.
+struct ScopedPagePolicy {
+    explicit ScopedPagePolicy(MoxPagePolicy policy = {}) {
+        ReadySingleton().SetPagePolicy(std::move(policy));
+    }
+    ~ScopedPagePolicy() { ReadySingleton().SetPagePolicy(MoxPagePolicy::Unrestricted()); }
+    ScopedPagePolicy(const ScopedPagePolicy&) = delete;
+    ScopedPagePolicy& operator=(const ScopedPagePolicy&) = delete;
+};
+
 // A script call: payload {"method": method, "params": params}.
 mox_h5_module_data MakeCall(const std::string& method,
                             const Json::Value& params = Json::objectValue, bool isWorker = false,

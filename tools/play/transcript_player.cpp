@@ -184,16 +184,21 @@ std::optional<std::vector<std::string>> StringList(const Json::Value& value) {
 }
 
 // The page policy a "pagePolicy" object describes: "unrestricted", and the
-// lists "shellSchemes" and "fileRoots" (defaults where absent); the problem
-// found otherwise.
+// lists "shellSchemes", "fileRoots", "allowedNetworkHosts" and
+// "allowedShellFileNames" (defaults where absent); the problem found
+// otherwise.
 std::string ReadPagePolicy(const Json::Value& given, MoxPagePolicy& policy) {
-    const std::string problem = CheckFields(
-        given,
-        {{"unrestricted", Kind::Bool}, {"shellSchemes", Kind::Any}, {"fileRoots", Kind::Any}});
+    const std::string problem = CheckFields(given, {{"unrestricted", Kind::Bool},
+                                                    {"shellSchemes", Kind::Any},
+                                                    {"fileRoots", Kind::Any},
+                                                    {"allowedNetworkHosts", Kind::Any},
+                                                    {"allowedShellFileNames", Kind::Any}});
     if (!problem.empty()) return "\"pagePolicy\": " + problem;
     policy.unrestricted = given.get("unrestricted", false).asBool();
     for (auto [name, list] : {std::pair{"shellSchemes", &policy.shellSchemes},
-                              std::pair{"fileRoots", &policy.fileRoots}}) {
+                              std::pair{"fileRoots", &policy.fileRoots},
+                              std::pair{"allowedNetworkHosts", &policy.allowedNetworkHosts},
+                              std::pair{"allowedShellFileNames", &policy.allowedShellFileNames}}) {
         if (!given.isMember(name)) continue;
         std::optional<std::vector<std::string>> strings = StringList(given[name]);
         if (!strings)

@@ -250,8 +250,10 @@ MOXH5_API int MOXH5_CALL moxh5_page_closed(moxh5_host* host, int is_worker, int 
 
 /* Replaces the page policy (what a page may make the library do; see
  * docs/security.md) with `policy_json`:
- *   {"unrestricted": bool, "shellSchemes": [string...], "fileRoots": [string...]}
- * Absent members keep their defaults (false; "http", "https"; none). Another
+ *   {"unrestricted": bool, "shellSchemes": [string...], "fileRoots": [string...],
+ *    "allowedNetworkHosts": [string...], "allowedShellFileNames": [string...]}
+ * Absent members keep their defaults (false; "http", "https"; none; none;
+ * none). Another
  * member or type gives MOXH5_ERROR_JSON and changes nothing. The table's
  * method_allowed stays in force. A start-up call: after the first
  * moxh5_execute or moxh5_exist it gives MOXH5_ERROR_STATE. */

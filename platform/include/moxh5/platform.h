@@ -186,6 +186,16 @@ struct LocalPath {
 // The check is lexical: it does not touch the file system.
 std::optional<LocalPath> CheckLocalPath(std::wstring_view path, const char** refusal = nullptr);
 
+// The path `path` (an absolute local path) leads to once every link,
+// junction and mount point on the way is followed: the final path of what is
+// there, or, when nothing is, the final path of its nearest existing
+// ancestor with the remaining names appended. Nullopt when that cannot be
+// told: a dangling link on the way, no access, an ancestor that is not a
+// directory. On Windows the path of a handle opened on it
+// (GetFinalPathNameByHandleW, without the "\\?\" prefix; a network path
+// comes out as "\\server\share\..."); elsewhere realpath.
+std::optional<std::wstring> FinalPath(const std::wstring& path);
+
 // Which rules CheckLocalPath applies.
 enum class PathRules : uint8_t { kPosix, kWindows };
 PathRules LocalPathRules();

@@ -84,7 +84,7 @@ export function bindModules(invoke: Invoke) {
       /** Whether a module ("JSStorage") or a module's method ("JSStorage.setPasteboard") exists. The answer is the call's result itself; nothing is written into the answer. Pages: render, worker; answer: now. */
       "canIUse": (params: { "name": string }) =>
         invoke<MoxAnswer<null>>(methodEntries["JSCallBasic.canIUse"], params ?? {}),
-      /** Writes a line into the host's log at the named level, "notice" at most. Control characters are escaped and a line longer than 2048 bytes is cut. Pages: render, worker; answer: now. */
+      /** Writes a line into the host's log at the named level, "notice" at most. Control characters, Unicode line separators and bidirectional controls are escaped and a line longer than 2048 bytes is cut. Pages: render, worker; answer: now. */
       "setLog": (params: { "content": string; "logLevel": string }) =>
         invoke<MoxAnswer<null>>(methodEntries["JSCallBasic.setLog"], params ?? {}),
     },

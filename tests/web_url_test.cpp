@@ -1,0 +1,225 @@
+// Tests of the URL reading behind the shell and network rules: what the
+// parser takes and the form it hands on, what it refuses and why, which hosts
+// count as local, and which file names the shell acts on. (tests/url/ holds
+// the differential test against a browser's parser.)
+#include <gtest/gtest.h>
+
+#include "WebUrl.h"
+#include "core/policy/local_hosts.h"
+#include "core/policy/shell_file_names.h"
+
+namespace moxh5::test {
+namespace {
+
+std::string Parsed(const std::string& text) {
+    const char* refusal = nullptr;
+    const std::optional<WebUrl> url = ParseWebUrl(text, &refusal);
+    return url ? url->href : std::string("refused: ") + refusal;
+}
+
+// Test the serialized form of links browsers read in many spellings: one host,
+// one port, one path, and nothing in the text a command line could split at.
+TEST(WebUrl, HandsOnTheSerializedForm) {
+    const std::pair<const char*, const char*> kLinks[] = {
+        {"HTTPS://Shop.Example:443/a/./b/../c?q=1#f", "https://shop.example/a/c?q=1#f"},
+        {"http://shop.example:0080", "http://shop.example/"},
+        {"http://shop.example:/x", "http://shop.example/x"},
+        {"https://shop.example\\a\\..\\b", "https://shop.example/b"},
+        {"https://good.example\\@evil.example/", "https://good.example/@evil.example/"},
+        {"https://@shop.example/", "https://shop.example/"},
+        {"https://:@shop.example/", "https://shop.example/"},
+        {"  https://shop.example/x  ", "https://shop.example/x"},
+        {"https://shop.example/a b?c d#e f", "https://shop.example/a%20b?c%20d#e%20f"},
+        {"https://shop.example/\"|^`{}[]<>?\"'|[]",
+         "https://shop.example/%22%7C%5E%60%7B%7D%5B%5D%3C%3E?%22%27%7C%5B%5D"},
+        {"https://shop.example/it's#a#b'|", "https://shop.example/it%27s#a%23b%27%7C"},
+        {"https://shop.example/%zz%4a%", "https://shop.example/%25zz%4a%25"},
+        {"https://shop.example/%2e%2E/x/.%2e/y", "https://shop.example/y"},
+        {"https://shop.example/?a\\b", "https://shop.example/?a%5Cb"},
+        {"https://shop.example/\xE8\xAE\xA2?\xE5\x8D\x95",
+         "https://shop.example/%E8%AE%A2?%E5%8D%95"},
+        {"https://ex%41mple.com/", "https://example.com/"},
+        {"https://\xE4\xBE\x8B\xE5\xAD\x90.\xE6\xB5\x8B\xE8\xAF\x95/",
+         "https://xn--fsqu00a.xn--0zwm56d/"},
+        {"https://Caf\xC3\x89.example/", "https://xn--caf-dma.example/"},
+        {"https://stra\xC3\x9F"
+         "e.de/",
+         "https://xn--strae-oqa.de/"},
+        {"https://XN--CAF-DMA.example/", "https://xn--caf-dma.example/"},
+        {"https://\xEF\xBD\x85\xEF\xBD\x98.com\xE3\x80\x82"
+         "cn/",
+         "https://ex.com.cn/"},
+        {"http://0x7f.1/", "http://127.0.0.1/"},
+        {"http://2130706433/", "http://127.0.0.1/"},
+        {"http://0177.0.0.01./", "http://127.0.0.1/"},
+        {"http://%31%32%37.0.0.1/", "http://127.0.0.1/"},
+        {"http://[::FFFF:127.0.0.1]:8080/", "http://[::ffff:7f00:1]:8080/"},
+        {"http://[1:0:0:2:0:0:0:3]/", "http://[1:0:0:2::3]/"},
+        {"ws://chat.example:80/s", "ws://chat.example/s"},
+        {"wss://chat.example:444/s", "wss://chat.example:444/s"},
+        {"ftp://files.example:21/a", "ftp://files.example/a"},
+        {"file://server/share/a.txt", "file://server/share/a.txt"},
+    };
+    for (const auto& [text, href] : kLinks) EXPECT_EQ(Parsed(text), href) << text;
+}
+
+// Test the refusals: each trick gets its reason, whatever a browser would make of it.
+TEST(WebUrl, RefusesWhatCouldMisleadTheNextReader) {
+    const std::pair<const char*, const char*> kLinks[] = {
+        {"https://user:pw@shop.example/", "credentials in the URL"},
+        {"ftp:a:b@evil.example/", "no \"//\" and host after the scheme"},
+        {"ftp://a:b@evil.example/", "credentials in the URL"},
+        {"wss://user@evil.example/", "credentials in the URL"},
+        {"https:shop.example/", "no \"//\" and host after the scheme"},
+        {"https:/shop.example/", "no \"//\" and host after the scheme"},
+        {"https:\\\\shop.example\\", "no \"//\" and host after the scheme"},
+        {"https:///shop.example/", "no \"//\" and host after the scheme"},
+        {"https://", "no host"},
+        {"https://:80/", "no host"},
+        {"https://shop.example:65536/", "malformed port"},
+        {"https://shop.example:8o/", "malformed port"},
+        {"https://shop.example/\ta", "control character"},
+        {"https://shop.example/\x7F", "control character"},
+        {"https://shop.example/\xC2\x85", "invisible or space character"},
+        {"https://shop.example/\xE2\x80\x8B", "invisible or space character"},
+        {"https://shop.example/\xE2\x80\xAE", "invisible or space character"},
+        {"https://shop.example/\xE2\x81\xA6", "invisible or space character"},
+        {"https://shop.example/\xFF", "malformed UTF-8"},
+        {"https://sh\xD0\xBEp.example/", "host name outside the supported characters"},
+        {"https://exa%E2%80%8Bmple.com/", "host name outside the supported characters"},
+        {"https://xn--shp-ied.example/", "malformed Punycode label"},
+        {"https://xn--/", "malformed Punycode label"},
+        {"https://a\"b.example/", "character not allowed in a host name"},
+        {"https://a%2Fb.example/", "character not allowed in a host name"},
+        {"https://1.2.3.4.5/", "malformed IPv4 address"},
+        {"https://shop.123/", "malformed IPv4 address"},
+        {"https://[::1/", "malformed IP literal"},
+        {"https://[fe80::1%25eth0]/", "malformed IP literal"},
+        {"file:///C:/Windows/win.ini", "no \"//\" and host after the scheme"},
+        {"file://localhost/etc/passwd", "file link without a host"},
+        {"file://C:/Windows/win.ini", "file link without a host"},
+        {"file://server/C:/x", "file link with a drive letter"},
+        {"javascript:alert(1)", "scheme without an authority"},
+        {"//shop.example/", "no scheme"},
+    };
+    for (const auto& [text, reason] : kLinks) {
+        EXPECT_EQ(Parsed(text), std::string("refused: ") + reason) << text;
+    }
+    EXPECT_EQ(Parsed("https://" + std::string(250, 'a') + ".com/"), "refused: host name too long");
+}
+
+// Test which hosts count as the merchant's own machine or network, in every spelling.
+TEST(LocalHosts, RefusesLocalAddressesAndNamesInAnySpelling) {
+    const std::pair<const char*, const char*> kHosts[] = {
+        {"127.0.0.1", "loopback address"},
+        {"0x7f.1", "loopback address"},
+        {"2130706433", "loopback address"},
+        {"0177.1", "loopback address"},
+        {"127.255.255.254.", "loopback address"},
+        {"[::1]", "loopback address"},
+        {"[::ffff:127.0.0.1]", "loopback address"},
+        {"[::127.0.0.1]", "loopback address"},
+        {"[64:ff9b::10.0.0.1]", "private address"},
+        {"[2002:c0a8:101::1]", "private address"},
+        {"10.1.2.3", "private address"},
+        {"172.16.0.1", "private address"},
+        {"172.31.255.255", "private address"},
+        {"192.168.1.1", "private address"},
+        {"[fd00::1]", "private address"},
+        {"169.254.169.254", "link-local address"},
+        {"[fe80::1]", "link-local address"},
+        {"0.0.0.0", "special-purpose address"},
+        {"100.64.0.1", "special-purpose address"},
+        {"224.0.0.1", "special-purpose address"},
+        {"255.255.255.255", "special-purpose address"},
+        {"[::]", "special-purpose address"},
+        {"[ff02::1]", "special-purpose address"},
+        {"[2001::1]", "special-purpose address"},
+        {"localhost", "local host name"},
+        {"LocalHost.", "local host name"},
+        {"api.localhost", "local host name"},
+        {"printer.local", "local host name"},
+        {"db.internal", "local host name"},
+        {"nas.home.arpa", "local host name"},
+        {"intranet", "host name without a dot"},
+        {"intranet.", "host name without a dot"},
+        {"172.15.255.255", nullptr},
+        {"172.32.0.1", nullptr},
+        {"100.128.0.1", nullptr},
+        {"8.8.8.8", nullptr},
+        {"[2606:4700::1111]", nullptr},
+        {"[::ffff:8.8.8.8]", nullptr},
+        {"shop.example", nullptr},
+        {"localhost.shop.example", nullptr},
+        {"local.example", nullptr},
+    };
+    for (const auto& [host, reason] : kHosts) {
+        const std::optional<WebUrl> url = ParseWebUrl(std::string("http://") + host + "/");
+        ASSERT_TRUE(url) << host;
+        const char* refusal = detail::LocalHostRefusal(*url);
+        EXPECT_EQ(refusal ? refusal : "", std::string(reason ? reason : "")) << host;
+    }
+}
+
+// Test the host's list of local hosts pages may reach: names, wildcards, addresses, ranges.
+TEST(LocalHosts, ListedHostsAreTheOnesNamed) {
+    const std::vector<std::string> kList = {
+        "printer.corp", "*.lab.corp", "127.0.0.1",  "10.8.0.0/16",
+        "fd00::/8",     "[::1]",      "nonsense/x", ""};
+    const std::pair<const char*, bool> kHosts[] = {
+        {"printer.corp", true}, {"PRINTER.corp.", true}, {"a.printer.corp", false},
+        {"x.lab.corp", true},   {"x.y.lab.corp", true},  {"lab.corp", false},
+        {"127.0.0.1", true},    {"0x7f.0.0.1", true},    {"127.0.0.2", false},
+        {"10.8.200.1", true},   {"10.9.0.1", false},     {"[fd12::1]", true},
+        {"[fe80::1]", false},   {"[::1]", true},         {"[::2]", false},
+    };
+    for (const auto& [host, listed] : kHosts) {
+        const std::optional<WebUrl> url = ParseWebUrl(std::string("http://") + host + "/");
+        ASSERT_TRUE(url) << host;
+        EXPECT_EQ(detail::HostListed(*url, kList), listed) << host;
+    }
+}
+
+// Test the names a download or save may not write, as Windows would open them.
+TEST(ShellFileNames, RefusesNamesTheShellActsOnInEverySpelling) {
+    const std::vector<std::string> kAllowed = {".URL", "Desktop.ini"};
+    const struct {
+        const char* path;
+        bool refused;           // by default
+        bool refusedIfAllowed;  // with kAllowed
+    } kNames[] = {
+        {"C:\\d\\desktop.ini", true, false},
+        {"/d/DESKTOP.INI", true, false},
+        {"C:\\d\\desktop.ini . .", true, false},
+        {"autorun.inf", true, true},
+        {"C:\\d\\x.lnk", true, true},
+        {"x.LnK...", true, true},
+        {"x.url", true, false},
+        {"x.scf", true, true},
+        {"x.library-ms", true, true},
+        {"x.searchConnector-ms", true, true},
+        {"x.search-ms", true, true},
+        {"x.hta", true, true},
+        {"x.pif", true, true},
+        {"x.website", true, true},
+        {"x.settingcontent-ms", true, true},
+        {"report.pdf.{20D04FE0-3AEA-1069-A2D8-08002B30309D}", true, true},
+        {"x.txt:evil.lnk", true, true},
+        {"desktop.ini:stream", true, false},
+        {"C:x.lnk", true, true},
+        {"x.lnk/ok.txt", false, false},
+        {"C:\\d\\desktop.ini.txt", false, false},
+        {"C:\\d\\x.url.pdf", false, false},
+        {"C:\\d\\lnk", false, false},
+        {"report.xlsx", false, false},
+        {"", false, false},
+    };
+    for (const auto& n : kNames) {
+        EXPECT_EQ(detail::ShellActiveNameRefusal(n.path, {}) != nullptr, n.refused) << n.path;
+        EXPECT_EQ(detail::ShellActiveNameRefusal(n.path, kAllowed) != nullptr, n.refusedIfAllowed)
+            << n.path;
+    }
+}
+
+}  // namespace
+}  // namespace moxh5::test
