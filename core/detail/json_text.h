@@ -21,18 +21,35 @@
 #include <string>
 #include <string_view>
 
+#include "moxh5/records.h"
+
 namespace moxh5::detail {
 
 // Parses the whole of `text` into `value`; false (value unspecified) when it is
 // not one JSON value.
 bool ParseJson(std::string_view text, Json::Value& value);
 
-// Parses `text`, which must be one JSON object, member by member: calls
-// visit(context, key, value) for each in order (the value may be moved from;
-// each may nest kMaxJsonDepth deep on its own) and stops with false when a member does not read or
-// visit answers false. Faster than ParseJson when the members are wanted one by one.
 using JsonMemberVisitor = bool (*)(void* context, const std::string& key, Json::Value& value);
 bool ParseJsonMembers(std::string_view text, JsonMemberVisitor visit, void* context);
+
+// One call's record as a request text gives it (the C interface's
+// request_json and page_json): {"mallcsid": string, "payload": any,
+// "isWorker": bool, "webindex": 32-bit integer, "callbackid": string,
+// "workerid": string}.
+struct RequestRecord {
+    mox_h5_module_data data;
+    std::string workerid;  // data.workerid points here once the text named one
+    std::string problem;   // why the text was refused, when a member was wrong
+};
+
+// Reads `text`, which must be one JSON object, straight into `call`: the
+// strings into the record's strings, the payload into data.payload (nesting
+// kMaxJsonDepth deep on its own), in one pass. Absent and null members keep
+// their defaults, a repeated member keeps its last value, members of other
+// names must be well-formed and are skipped. False when the text is not such
+// an object; `problem` then says which member had the wrong type, or is
+// empty when the text is not JSON.
+bool ReadRequestText(std::string_view text, RequestRecord& call);
 
 // `value` as compact JSON text.
 std::string CompactJson(const Json::Value& value);

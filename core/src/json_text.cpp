@@ -44,7 +44,58 @@ public:
         return m_at == m_end;
     }
 
+    bool Request(RequestRecord& call) {
+        SkipSpace();
+        if (!Take('{')) return false;
+        SkipSpace();
+        if (!Take('}')) {
+            std::string key;
+            for (;;) {
+                if (!MemberName(key) || !RequestMember(key, call)) return false;
+                SkipSpace();
+                if (Take('}')) break;
+                if (!Take(',')) return false;
+            }
+        }
+        SkipSpace();
+        return m_at == m_end;
+    }
+
 private:
+    // One member of a request, after its name: read into its place in the
+    // record; a member of the wrong type is read whole before it is refused,
+    // so that malformed text is always told as such.
+    bool RequestMember(const std::string& key, RequestRecord& call) {
+        mox_h5_module_data& data = call.data;
+        if (key == "payload") return Value(data.payload, 0);
+        std::string* text = key == "mallcsid"     ? &data.mallcsid
+                            : key == "callbackid" ? &data.callbackid
+                            : key == "workerid"   ? &call.workerid
+                                                  : nullptr;
+        if (text && m_at < m_end && *m_at == '"') {
+            if (!String(*text)) return false;
+            if (text == &call.workerid) data.workerid = call.workerid.c_str();
+            return true;
+        }
+        Json::Value value;
+        if (!Value(value, 0)) return false;
+        if (value.isNull()) return true;
+        if (text) return Refuse(call, key, "a string");
+        if (key == "isWorker") {
+            if (!value.isBool()) return Refuse(call, key, "a boolean");
+            data.isWorker = value.asBool();
+        } else if (key == "webindex") {
+            if (!value.isInt()) return Refuse(call, key, "a 32-bit integer");
+            data.webindex = value.asInt();
+        }
+        return true;
+    }
+
+    static bool Refuse(RequestRecord& call, const std::string& key, const char* type) {
+        call.problem = "member \"" + key + "\" must be " + type + " or null";
+        return false;
+    }
+
     void SkipSpace() {
         while (m_at < m_end && (*m_at == ' ' || *m_at == '\t' || *m_at == '\n' || *m_at == '\r')) {
             ++m_at;
@@ -461,6 +512,10 @@ bool ParseJson(std::string_view text, Json::Value& value) { return Reader(text).
 
 bool ParseJsonMembers(std::string_view text, JsonMemberVisitor visit, void* context) {
     return Reader(text).Members(visit, context);
+}
+
+bool ReadRequestText(std::string_view text, RequestRecord& call) {
+    return Reader(text).Request(call);
 }
 
 void AppendJson(const Json::Value& value, std::string& out) { Write(value, out); }
