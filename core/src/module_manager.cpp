@@ -58,34 +58,16 @@ void LogEscapedException(const char* function, const Json::Value& payload,
 }
 
 // Whether the request's payload keeps within the bounds every call must
-// respect; logs the refusal otherwise. `what` names the call for the line.
-bool PayloadAccepted(const mox_h5_module_data& data, const char* function,
-                     const std::string& what) {
-    if (moxh5::detail::PayloadWithinLimits(data.payload)) return true;
+// respect, noting where its method and params are; logs the refusal
+// otherwise. `what` names the call for the line.
+bool PayloadAccepted(const mox_h5_module_data& data, const char* function, const std::string& what,
+                     moxh5::detail::PayloadMembers& members) {
+    if (moxh5::detail::PayloadWithinLimits(data.payload, members)) return true;
     MOX_LOG(LOG_PRIORITY_WARNING, function,
             "[MoxH5] Refused a call to %s: payload deeper than %d or beyond the size bounds",
             what.c_str(), moxh5::detail::kMaxJsonDepth);
     return false;
 }
-
-// The payload Execute checked and is dispatching on this thread: "canIUse"
-// asks Exist about the very request it carries, which needs no second walk.
-class CheckedPayloadScope {
-public:
-    explicit CheckedPayloadScope(const Json::Value& payload) noexcept : m_outer(t_current) {
-        t_current = &payload;
-    }
-    ~CheckedPayloadScope() { t_current = m_outer; }
-    CheckedPayloadScope(const CheckedPayloadScope&) = delete;
-    CheckedPayloadScope& operator=(const CheckedPayloadScope&) = delete;
-
-    static bool Covers(const Json::Value& payload) noexcept { return t_current == &payload; }
-
-private:
-    static thread_local const Json::Value* t_current;
-    const Json::Value* m_outer;
-};
-thread_local const Json::Value* CheckedPayloadScope::t_current = nullptr;
 
 }  // namespace
 
@@ -178,9 +160,12 @@ void MoxModuleManager::PageClosed(bool isWorker, int32_t webindex,
 }
 
 const MoxModuleManager::ModuleEntry* MoxModuleManager::FindModule(const std::string& name) const {
-    const auto range = m_modules.equal_range(name);
-    if (range.first == range.second) return nullptr;
-    return &std::prev(range.second)->second;
+    // The last entry registered under the name: equal names keep their order
+    // of registration, so it sits just before the first greater name.
+    auto last = m_modules.upper_bound(name);
+    if (last == m_modules.begin()) return nullptr;
+    --last;
+    return last->first == name ? &last->second : nullptr;
 }
 
 std::tuple<bool, bool> MoxModuleManager::Execute(const std::string& name,
@@ -191,13 +176,17 @@ std::tuple<bool, bool> MoxModuleManager::Execute(const std::string& name,
     if (!entry->execute_fn) return {true, false};
     moxh5::detail::NoteNewCall(data);
     try {
-        if (!PayloadAccepted(data, "MoxModuleManager::Execute", name)) {
+        moxh5::detail::PayloadMembers members;
+        if (!PayloadAccepted(data, "MoxModuleManager::Execute", name, members)) {
             answer[moxh5::key::kMessage] = moxh5::text::kInvalidParams;
             return {true, false};
         }
         // The copy keeps the worker alive for the length of the call.
         std::shared_ptr<IModuleWorker> worker = entry->worker;
-        const CheckedPayloadScope checked(data.payload);
+        // "canIUse" asks Exist about the very request it carries, which needs
+        // no second walk; the dispatch finds method and params where the walk
+        // saw them.
+        const moxh5::detail::DispatchedPayload dispatched(data.payload, members);
         return {true, entry->execute_fn(std::move(worker), &data, answer)};
     } catch (const std::exception& e) {
         LogEscapedException("MoxModuleManager::Execute", data.payload, e.what());
@@ -219,8 +208,9 @@ bool MoxModuleManager::Exist(const mox_h5_module_data& data) noexcept {
 }
 
 bool MoxModuleManager::ExistUnguarded(const mox_h5_module_data& data) {
-    if (!CheckedPayloadScope::Covers(data.payload) &&
-        !PayloadAccepted(data, kExistFunction, "canIUse"))
+    moxh5::detail::PayloadMembers members;
+    if (!moxh5::detail::DispatchedPayload::MembersOf(data.payload) &&
+        !PayloadAccepted(data, kExistFunction, "canIUse", members))
         return false;
     const Json::Value* params = moxh5::detail::FindCallParams(data.payload);
     if (!params) {

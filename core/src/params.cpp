@@ -5,8 +5,29 @@
 #include "core/detail/answer.h"
 
 namespace moxh5::detail {
+namespace {
+
+thread_local const DispatchedPayload* t_dispatched = nullptr;
+
+}  // namespace
+
+DispatchedPayload::DispatchedPayload(const Json::Value& payload,
+                                     const PayloadMembers& members) noexcept
+    : m_payload(&payload), m_members(members), m_outer(t_dispatched) {
+    t_dispatched = this;
+}
+
+DispatchedPayload::~DispatchedPayload() { t_dispatched = m_outer; }
+
+const PayloadMembers* DispatchedPayload::MembersOf(const Json::Value& payload) noexcept {
+    const DispatchedPayload* dispatched = t_dispatched;
+    return dispatched && dispatched->m_payload == &payload ? &dispatched->m_members : nullptr;
+}
 
 const Json::Value* FindCallParams(const Json::Value& payload) {
+    if (const PayloadMembers* members = DispatchedPayload::MembersOf(payload)) {
+        return members->params;
+    }
     return FindMember(payload, key::kParams);
 }
 

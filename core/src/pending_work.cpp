@@ -36,8 +36,19 @@ struct PageKey {
     }
 };
 
+// FNV-1a: page ids are short, and every new call hashes one (NoteNewCall),
+// so the hash runs inline.
+size_t HashText(std::string_view text) noexcept {
+    uint64_t h = 14695981039346656037ull;
+    for (const char c : text) {
+        h ^= static_cast<unsigned char>(c);
+        h *= 1099511628211ull;
+    }
+    return static_cast<size_t>(h);
+}
+
 size_t HashOf(bool isWorker, int32_t webindex, std::string_view workerid) noexcept {
-    const size_t h = isWorker ? std::hash<std::string_view>()(workerid) : 0;
+    const size_t h = isWorker ? HashText(workerid) : 0;
     return h * 31 + static_cast<size_t>(webindex) * 2 + (isWorker ? 1 : 0);
 }
 
@@ -59,7 +70,7 @@ struct AnswerKey {
 size_t HashOf(bool isWorker, int32_t webindex, std::string_view workerid,
               std::string_view callbackid) noexcept {
     return HashOf(isWorker, webindex, isWorker ? workerid : std::string_view()) * 131 +
-           std::hash<std::string_view>()(callbackid);
+           HashText(callbackid);
 }
 
 struct AnswerKeyHash {
