@@ -159,25 +159,33 @@ void MoxModuleManager::PageClosed(bool isWorker, int32_t webindex,
     });
 }
 
-const MoxModuleManager::ModuleEntry* MoxModuleManager::FindModule(const std::string& name) const {
-    // The last entry registered under the name: equal names keep their order
-    // of registration, so it sits just before the first greater name.
-    auto last = m_modules.upper_bound(name);
-    if (last == m_modules.begin()) return nullptr;
+namespace {
+
+using ModuleEntry = MoxModuleManager::ModuleEntry;
+
+// The entry that serves `name`: the last registered under it. Equal names keep
+// their order of registration, so it sits just before the first greater name.
+const ModuleEntry* LastEntry(const MoxModuleManager::Registry& modules, const std::string& name) {
+    auto last = modules.upper_bound(name);
+    if (last == modules.begin()) return nullptr;
     --last;
     return last->first == name ? &last->second : nullptr;
 }
 
-std::tuple<bool, bool> MoxModuleManager::Execute(const std::string& name,
-                                                 const mox_module_data& data,
-                                                 Json::Value& answer) noexcept {
-    const ModuleEntry* entry = FindModule(name);
+// Execute on `entry`: with `checked`, the payload is known within the bounds
+// and its members noted; without, it is walked here first.
+std::tuple<bool, bool> ExecuteOn(const ModuleEntry* entry, const std::string& name,
+                                 const mox_module_data& data,
+                                 const moxh5::detail::PayloadMembers* checked,
+                                 Json::Value& answer) noexcept {
     if (!entry) return {false, false};
     if (!entry->execute_fn) return {true, false};
     moxh5::detail::NoteNewCall(data);
     try {
         moxh5::detail::PayloadMembers members;
-        if (!PayloadAccepted(data, "MoxModuleManager::Execute", name, members)) {
+        if (checked) {
+            members = *checked;
+        } else if (!PayloadAccepted(data, "MoxModuleManager::Execute", name, members)) {
             answer[moxh5::key::kMessage] = moxh5::text::kInvalidParams;
             return {true, false};
         }
@@ -195,6 +203,31 @@ std::tuple<bool, bool> MoxModuleManager::Execute(const std::string& name,
     }
     return {true, false};
 }
+
+}  // namespace
+
+const MoxModuleManager::ModuleEntry* MoxModuleManager::FindModule(const std::string& name) const {
+    return LastEntry(m_modules, name);
+}
+
+std::tuple<bool, bool> MoxModuleManager::Execute(const std::string& name,
+                                                 const mox_module_data& data,
+                                                 Json::Value& answer) noexcept {
+    return ExecuteOn(FindModule(name), name, data, nullptr, answer);
+}
+
+namespace moxh5::detail {
+
+std::tuple<bool, bool> ExecuteWithinLimits(const std::string& module,
+                                           const mox_h5_module_data& data,
+                                           const PayloadMembers& members,
+                                           Json::Value& answer) noexcept {
+    const MoxModuleManager* manager = MoxModuleManager::GetInstance();
+    if (!manager) return {false, false};
+    return ExecuteOn(LastEntry(manager->Modules(), module), module, data, &members, answer);
+}
+
+}  // namespace moxh5::detail
 
 bool MoxModuleManager::Exist(const mox_h5_module_data& data) noexcept {
     try {
