@@ -73,9 +73,10 @@ std::string LogLineText(std::string_view text);
 // line is.
 std::string LogJsonText(const Json::Value& value);
 
-// `value` as JSON text, written with the default settings of jsoncpp's
-// StreamWriterBuilder (tab-indented, members sorted by name): the text pages
-// and the host receive. Not for log lines.
+// `value` as JSON text, as the default settings of jsoncpp's
+// StreamWriterBuilder write it (tab-indented, members sorted by name; see
+// StyledJson in core/detail/json_text.h): the text pages and the host
+// receive. Not for log lines.
 std::string JsonText(const Json::Value& value);
 
 }  // namespace moxh5::detail
