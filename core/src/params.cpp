@@ -7,7 +7,14 @@
 namespace moxh5::detail {
 namespace {
 
-thread_local const DispatchedPayload* t_dispatched = nullptr;
+// Read on every dispatch: on ELF systems in the initial-exec model, a plain
+// load instead of a call to find the thread's block.
+#if defined(__ELF__) && (defined(__GNUC__) || defined(__clang__))
+#define MOX_FAST_TLS __attribute__((tls_model("initial-exec")))
+#else
+#define MOX_FAST_TLS
+#endif
+thread_local const DispatchedPayload* t_dispatched MOX_FAST_TLS = nullptr;
 
 }  // namespace
 

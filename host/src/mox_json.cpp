@@ -1,6 +1,7 @@
 #include "mox_json.h"
 
 #include <cstring>
+#include <limits>
 #include <string_view>
 
 #include "MoxLog.h"
@@ -50,16 +51,53 @@ bool Convert(const Json::Value& v, std::string& out) {
     return true;
 }
 
+// Integers: a stored integer is range checked here, a double by jsoncpp (in
+// range and integral, so 3.0 reads as 3); one call for the usual case.
 bool Convert(const Json::Value& v, int& out) {
-    if (!v.isInt()) return false;
-    out = v.asInt();
-    return true;
+    switch (v.type()) {
+        case Json::intValue: {
+            const Json::LargestInt i = v.asLargestInt();
+            if (i < std::numeric_limits<int>::min() || i > std::numeric_limits<int>::max()) {
+                return false;
+            }
+            out = static_cast<int>(i);
+            return true;
+        }
+        case Json::uintValue: {
+            const Json::LargestUInt u = v.asLargestUInt();
+            if (u > static_cast<Json::LargestUInt>(std::numeric_limits<int>::max())) return false;
+            out = static_cast<int>(u);
+            return true;
+        }
+        case Json::realValue:
+            if (!v.isInt()) return false;
+            out = v.asInt();
+            return true;
+        default:
+            return false;
+    }
 }
 
 bool Convert(const Json::Value& v, int64_t& out) {
-    if (!v.isInt64()) return false;
-    out = v.asInt64();
-    return true;
+    switch (v.type()) {
+        case Json::intValue:
+            out = static_cast<int64_t>(v.asLargestInt());
+            return true;
+        case Json::uintValue: {
+            const Json::LargestUInt u = v.asLargestUInt();
+            if (u > static_cast<Json::LargestUInt>(std::numeric_limits<int64_t>::max())) {
+                return false;
+            }
+            out = static_cast<int64_t>(u);
+            return true;
+        }
+        case Json::realValue:
+            if (!v.isInt64()) return false;
+            out = v.asInt64();
+            return true;
+        default:
+            return false;
+    }
 }
 
 bool Convert(const Json::Value& v, bool& out) {
