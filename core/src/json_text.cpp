@@ -860,8 +860,10 @@ private:
                     } else if (point < 0x10000) {
                         Unit(point);
                     } else {
-                        Unit(((point - 0x10000) >> 10) + 0xD800);
-                        Unit(((point - 0x10000) & 0x3FF) + 0xDC00);
+                        // Beyond U+10FFFF (a lead byte of 0xF4 and above) the
+                        // high unit keeps ten bits, as jsoncpp's does.
+                        Unit(0xD800 + (((point - 0x10000) >> 10) & 0x3FF));
+                        Unit(0xDC00 + ((point - 0x10000) & 0x3FF));
                     }
                 }
             }
@@ -970,7 +972,8 @@ void AppendEnvelope(bool success, const Json::Value& answer, std::string& out) {
         if (name == key::kSuccess) {
             text.Put(success ? "true" : "false", success ? 4 : 5);
         } else if (name == key::kMessage) {
-            writer.String(success ? "success" : "failed", success ? "success" + 7 : "failed" + 6);
+            const std::string_view message = success ? "success" : "failed";
+            writer.String(message.data(), message.data() + message.size());
         } else {
             text.Put("null", 4);
         }

@@ -27,7 +27,7 @@ constexpr Json::ArrayIndex kScannedMembers = 8;
 // such member. (Json::Value::find asserts on arrays and scalars, so the type
 // is checked first.)
 const Json::Value* FindMember(const Json::Value& obj, std::string_view key) {
-    if (!obj.isObject()) return nullptr;
+    if (!key.data() || !obj.isObject()) return nullptr;  // a null C string names no member
     Json::ArrayIndex left = obj.size();
     if (left > kScannedMembers) return obj.find(key.data(), key.data() + key.size());
     for (Json::ValueConstIterator at = obj.begin(); left; --left, ++at) {
