@@ -47,9 +47,14 @@ public:
 
     // The report of `method` (the name it is mapped under) from a worker page
     // or a render page.
-    const WorkbenchReport& Of(const std::string& method, bool isWorker) const;
+    const WorkbenchReport& Of(const std::string& method, bool isWorker) const {
+        const WorkbenchReport* built = m_built[isWorker ? 1 : 0].load(std::memory_order_acquire);
+        return built ? *built : Build(method, isWorker);
+    }
 
 private:
+    const WorkbenchReport& Build(const std::string& method, bool isWorker) const;
+
     mutable std::array<std::atomic<const WorkbenchReport*>, 2> m_built{};
 };
 

@@ -93,9 +93,8 @@ UsageReports::~UsageReports() {
     for (std::atomic<const WorkbenchReport*>& built : m_built) delete built.load();
 }
 
-const WorkbenchReport& UsageReports::Of(const std::string& method, bool isWorker) const {
+const WorkbenchReport& UsageReports::Build(const std::string& method, bool isWorker) const {
     std::atomic<const WorkbenchReport*>& slot = m_built[isWorker ? 1 : 0];
-    if (const WorkbenchReport* built = slot.load(std::memory_order_acquire)) return *built;
     auto report = std::make_unique<WorkbenchReport>(kNativeMethodReportId);
     report->SetTag("kv_metric", "h5_native");
     report->SetTag("method", method);

@@ -1,8 +1,12 @@
 #include "moxh5/module_manager.h"
 
+#include <atomic>
+#include <cstring>
+#include <mutex>
 #include <optional>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "core/detail/answer.h"
 #include "core/detail/diagnostics.h"
@@ -71,6 +75,87 @@ bool PayloadAccepted(const mox_h5_module_data& data, const char* function, const
 
 }  // namespace
 
+namespace {
+
+using ModuleEntry = MoxModuleManager::ModuleEntry;
+
+// A manager's modules as a flat list for the lookup of every call: the
+// serving entry of each name, found by comparing a name's length before its
+// bytes (most names are told apart by length alone). Built by Create and
+// dropped by Register and the destructor (start-up calls and the end); a call
+// on a manager without one searches the registry itself.
+class ModuleIndex {
+public:
+    explicit ModuleIndex(const MoxModuleManager& manager) : m_manager(&manager) {
+        for (const auto& [name, entry] : manager.Modules()) {
+            // Equal names keep their order of registration: the last serves.
+            if (!m_entries.empty() && m_entries.back().name == name) {
+                m_entries.back().entry = &entry;
+            } else {
+                m_entries.push_back({name, &entry});
+            }
+        }
+    }
+
+    const MoxModuleManager* Manager() const { return m_manager; }
+
+    const ModuleEntry* Find(const std::string& name) const {
+        for (const Named& named : m_entries) {
+            if (named.name.size() == name.size() &&
+                std::memcmp(named.name.data(), name.data(), name.size()) == 0) {
+                return named.entry;
+            }
+        }
+        return nullptr;
+    }
+
+private:
+    struct Named {
+        std::string_view name;  // the registry's key
+        const ModuleEntry* entry;
+    };
+    const MoxModuleManager* m_manager;
+    std::vector<Named> m_entries;
+};
+
+// The index in use: one manager's at a time (the process has one manager; test
+// fixtures make more). Indexes it replaced are kept, never freed, so that a
+// pointer read just before a replacement stays valid.
+std::atomic<const ModuleIndex*> g_index{nullptr};
+
+void ReplaceIndex(const ModuleIndex* index) noexcept {
+    static std::mutex& mutex = *new std::mutex;
+    static auto& replaced = *new std::vector<const ModuleIndex*>;
+    moxh5::detail::CatchAll("ReplaceIndex", [&] {
+        std::lock_guard<std::mutex> lock(mutex);
+        // Without memory to keep it, the old index is given up, still unfreed.
+        if (const ModuleIndex* old = g_index.exchange(index)) replaced.push_back(old);
+    });
+}
+
+// Drops the index when it is `manager`'s.
+void DropIndexOf(const MoxModuleManager* manager) noexcept {
+    const ModuleIndex* index = g_index.load();
+    if (index && index->Manager() == manager) ReplaceIndex(nullptr);
+}
+
+// The entry that serves `name`: the last registered under it. Equal names keep
+// their order of registration, so it sits just before the first greater name.
+const ModuleEntry* LastEntry(const MoxModuleManager::Registry& modules, const std::string& name) {
+    auto last = modules.upper_bound(name);
+    if (last == modules.begin()) return nullptr;
+    --last;
+    return last->first == name ? &last->second : nullptr;
+}
+
+const ModuleEntry* EntryOf(const MoxModuleManager& manager, const std::string& name) {
+    const ModuleIndex* index = g_index.load(std::memory_order_acquire);
+    if (index && index->Manager() == &manager) return index->Find(name);
+    return LastEntry(manager.Modules(), name);
+}
+
+}  // namespace
+
 template <>
 MoxModuleManager* CSingleton<MoxModuleManager>::GetInstance() {
     // Never destroyed: host threads may still deliver answers or log while the
@@ -82,17 +167,23 @@ MoxModuleManager* CSingleton<MoxModuleManager>::GetInstance() {
 namespace {
 // Built as the library loads, so that the calls a host makes later never meet
 // a manager still to be built (and never the null of a failed first build).
-MoxModuleManager* const g_managerAtLoad = MoxModuleManager::GetInstance();
+extern MoxModuleManager* const g_managerAtLoad;
 }  // namespace
 
 MoxModuleManager* MoxModuleManager::GetInstance() noexcept {
+    // Once the library has loaded, the manager built then (every call asks).
+    if (MoxModuleManager* loaded = g_managerAtLoad) return loaded;
     return moxh5::detail::CatchAll("MoxModuleManager::GetInstance",
                                    static_cast<MoxModuleManager*>(nullptr),
                                    [] { return CSingleton<MoxModuleManager>::GetInstance(); });
 }
 
+namespace {
+MoxModuleManager* const g_managerAtLoad = MoxModuleManager::GetInstance();
+}  // namespace
+
 MoxModuleManager::MoxModuleManager() = default;
-MoxModuleManager::~MoxModuleManager() = default;
+MoxModuleManager::~MoxModuleManager() { DropIndexOf(this); }
 
 void MoxModuleManager::Init(IUserCenter* userCenter, IHttpBusinessMonitorCallBack* httpBizMonitor,
                             MoxConfigCallback configCallback) noexcept {
@@ -135,6 +226,7 @@ void MoxModuleManager::Register(const mox_source_info_t& info) noexcept {
         entry.execute_fn = info.execute_fn;
         entry.exist_fn = info.exist_fn;
         // multimap::emplace places an equal key after the existing ones.
+        DropIndexOf(this);
         m_modules.emplace(info.name, std::move(entry));
     });
 }
@@ -144,6 +236,10 @@ bool MoxModuleManager::Create() noexcept {
         for (auto& [name, entry] : m_modules) {
             if (!entry.worker && entry.create_fn) entry.worker = entry.create_fn();
         }
+        // Without memory for the index, calls search the registry itself.
+        ReplaceIndex(moxh5::detail::CatchAll("MoxModuleManager::Create",
+                                             static_cast<const ModuleIndex*>(nullptr),
+                                             [this] { return new ModuleIndex(*this); }));
         return true;
     });
 }
@@ -160,17 +256,6 @@ void MoxModuleManager::PageClosed(bool isWorker, int32_t webindex,
 }
 
 namespace {
-
-using ModuleEntry = MoxModuleManager::ModuleEntry;
-
-// The entry that serves `name`: the last registered under it. Equal names keep
-// their order of registration, so it sits just before the first greater name.
-const ModuleEntry* LastEntry(const MoxModuleManager::Registry& modules, const std::string& name) {
-    auto last = modules.upper_bound(name);
-    if (last == modules.begin()) return nullptr;
-    --last;
-    return last->first == name ? &last->second : nullptr;
-}
 
 // Execute on `entry`: with `checked`, the payload is known within the bounds
 // and its members noted; without, it is walked here first.
@@ -207,7 +292,7 @@ std::tuple<bool, bool> ExecuteOn(const ModuleEntry* entry, const std::string& na
 }  // namespace
 
 const MoxModuleManager::ModuleEntry* MoxModuleManager::FindModule(const std::string& name) const {
-    return LastEntry(m_modules, name);
+    return EntryOf(*this, name);
 }
 
 std::tuple<bool, bool> MoxModuleManager::Execute(const std::string& name,
@@ -224,7 +309,7 @@ std::tuple<bool, bool> ExecuteWithinLimits(const std::string& module,
                                            Json::Value& answer) noexcept {
     const MoxModuleManager* manager = MoxModuleManager::GetInstance();
     if (!manager) return {false, false};
-    return ExecuteOn(LastEntry(manager->Modules(), module), module, data, &members, answer);
+    return ExecuteOn(EntryOf(*manager, module), module, data, &members, answer);
 }
 
 }  // namespace moxh5::detail

@@ -385,16 +385,27 @@ void FinishClaim(const Claim& claim) noexcept {
     CatchAll("FinishClaim", [&] { TheRegistry().Finish(claim); });
 }
 
-void NoteNewCall(const mox_h5_module_data& call) noexcept {
-    const std::string_view workerid = call.workerid ? call.workerid : "";
-    if (!TheRegistry().MayMatter(
-            HashOf(call.isWorker, call.webindex, workerid, call.callbackid))) {
-        return;
-    }
+// NoteNewCall's rare part, kept out of line so that the common call stays
+// small.
+#if defined(__GNUC__) || defined(__clang__)
+__attribute__((noinline))
+#endif
+static void ForgetForNewCall(const mox_h5_module_data& call, std::string_view workerid) noexcept {
     CatchAll("NoteNewCall", [&] {
         TheRegistry().NewCall(AnswerKey{
             PageKey(call.isWorker, call.webindex, std::string(workerid)), call.callbackid});
     });
+}
+
+void NoteNewCall(const mox_h5_module_data& call) noexcept {
+    // Render pages have no worker id: their key never reads it.
+    const std::string_view workerid =
+        call.isWorker && call.workerid ? std::string_view(call.workerid) : std::string_view();
+    if (!TheRegistry().MayMatter(
+            HashOf(call.isWorker, call.webindex, workerid, call.callbackid))) {
+        return;
+    }
+    ForgetForNewCall(call, workerid);
 }
 
 size_t CloseWorkOf(bool isWorker, int32_t webindex, const std::string& workerid) noexcept {

@@ -11,9 +11,23 @@ namespace mox_json {
 namespace {
 
 // Both forms of every getter come here: the key as a view, the caller as a C
-// string, so that neither is copied.
-std::string_view KeyOf(const std::string& key) { return key; }
-std::string_view KeyOf(const char* key) { return key ? std::string_view(key) : std::string_view(); }
+// string, neither copied. A null C string key names no member.
+class Key {
+public:
+    explicit Key(const std::string& key) : m_name(key) {}
+    explicit Key(const char* key) : m_name(key ? std::string_view(key) : std::string_view()) {}
+
+    bool Null() const { return m_name.data() == nullptr; }
+    // Whether the member name of `size` bytes (NULs included) is this key.
+    bool Names(const char* name, size_t size) const {
+        return size == m_name.size() && std::memcmp(name, m_name.data(), size) == 0;
+    }
+    std::string_view View() const { return m_name; }
+
+private:
+    std::string_view m_name;
+};
+
 const char* CallerOf(const std::string& caller) { return caller.c_str(); }
 const char* CallerOf(const char* caller) { return caller ? caller : ""; }
 
@@ -26,28 +40,35 @@ constexpr Json::ArrayIndex kScannedMembers = 8;
 // Finds a member without copying it; null when obj is not an object or has no
 // such member. (Json::Value::find asserts on arrays and scalars, so the type
 // is checked first.)
-const Json::Value* FindMember(const Json::Value& obj, std::string_view key) {
-    if (!key.data() || !obj.isObject()) return nullptr;  // a null C string names no member
+const Json::Value* FindMember(const Json::Value& obj, const Key& key) {
+    if (key.Null()) return nullptr;
+    // size() is 0 for scalars and null; the elements of a small array have no
+    // names, so the scan finds nothing there either.
     Json::ArrayIndex left = obj.size();
-    if (left > kScannedMembers) return obj.find(key.data(), key.data() + key.size());
+    if (left > kScannedMembers) {
+        if (!obj.isObject()) return nullptr;
+        const std::string_view name = key.View();
+        return obj.find(name.data(), name.data() + name.size());
+    }
     for (Json::ValueConstIterator at = obj.begin(); left; --left, ++at) {
         const char* end = nullptr;
         const char* name = at.memberName(&end);
-        if (name && static_cast<size_t>(end - name) == key.size() &&
-            std::memcmp(name, key.data(), key.size()) == 0) {
-            return &*at;
-        }
+        if (name && key.Names(name, static_cast<size_t>(end - name))) return &*at;
     }
     return nullptr;
 }
 
 // Each Convert writes `out` only when the value has its type.
 bool Convert(const Json::Value& v, std::string& out) {
-    if (!v.isString()) return false;
     const char* begin = nullptr;
     const char* end = nullptr;
-    v.getString(&begin, &end);
-    out.assign(begin, end);
+    if (v.getString(&begin, &end)) {
+        out.assign(begin, end);
+        return true;
+    }
+    // getString also answers false for a string without text, which reads as "".
+    if (!v.isString()) return false;
+    out.clear();
     return true;
 }
 
@@ -56,7 +77,7 @@ bool Convert(const Json::Value& v, std::string& out) {
 bool Convert(const Json::Value& v, int& out) {
     switch (v.type()) {
         case Json::intValue: {
-            const Json::LargestInt i = v.asLargestInt();
+            const Json::Int64 i = v.asInt64();
             if (i < std::numeric_limits<int>::min() || i > std::numeric_limits<int>::max()) {
                 return false;
             }
@@ -64,8 +85,8 @@ bool Convert(const Json::Value& v, int& out) {
             return true;
         }
         case Json::uintValue: {
-            const Json::LargestUInt u = v.asLargestUInt();
-            if (u > static_cast<Json::LargestUInt>(std::numeric_limits<int>::max())) return false;
+            const Json::UInt64 u = v.asUInt64();
+            if (u > static_cast<Json::UInt64>(std::numeric_limits<int>::max())) return false;
             out = static_cast<int>(u);
             return true;
         }
@@ -81,11 +102,11 @@ bool Convert(const Json::Value& v, int& out) {
 bool Convert(const Json::Value& v, int64_t& out) {
     switch (v.type()) {
         case Json::intValue:
-            out = static_cast<int64_t>(v.asLargestInt());
+            out = static_cast<int64_t>(v.asInt64());
             return true;
         case Json::uintValue: {
-            const Json::LargestUInt u = v.asLargestUInt();
-            if (u > static_cast<Json::LargestUInt>(std::numeric_limits<int64_t>::max())) {
+            const Json::UInt64 u = v.asUInt64();
+            if (u > static_cast<Json::UInt64>(std::numeric_limits<int64_t>::max())) {
                 return false;
             }
             out = static_cast<int64_t>(u);
@@ -116,7 +137,7 @@ bool Convert(const Json::Value& v, std::wstring& out) {
 }
 
 template <typename T>
-T ReadValue(const Json::Value& obj, std::string_view key) {
+T ReadValue(const Json::Value& obj, const Key& key) {
     T out{};
     if (const Json::Value* member = FindMember(obj, key)) Convert(*member, out);
     return out;
@@ -125,13 +146,12 @@ T ReadValue(const Json::Value& obj, std::string_view key) {
 // A string is built once, at its size (assigning into an empty one would
 // first go through the short buffer).
 template <>
-std::string ReadValue<std::string>(const Json::Value& obj, std::string_view key) {
+std::string ReadValue<std::string>(const Json::Value& obj, const Key& key) {
     const Json::Value* member = FindMember(obj, key);
-    if (!member || !member->isString()) return std::string();
     const char* begin = nullptr;
     const char* end = nullptr;
-    member->getString(&begin, &end);
-    return begin ? std::string(begin, end) : std::string();
+    if (!member || !member->getString(&begin, &end)) return std::string();
+    return std::string(begin, end);
 }
 
 std::string ReadElement(const Json::Value& array, Json::ArrayIndex index) {
@@ -143,15 +163,16 @@ std::string ReadElement(const Json::Value& array, Json::ArrayIndex index) {
 }
 
 template <typename T>
-bool ReadInto(const Json::Value& obj, std::string_view key, T& out, const char* caller,
+bool ReadInto(const Json::Value& obj, const Key& key, T& out, const char* caller,
               bool required, bool keep_default, const char* typeName) {
     const Json::Value* member = FindMember(obj, key);
     if (!member && keep_default) return true;
     if (member && Convert(*member, out)) return true;
     if (required) {
+        const std::string_view name = key.Null() ? std::string_view() : key.View();
         CMoxLog::MoxLogFormat(LOG_PRIORITY_WARNING, __FILE__, __LINE__, caller,
                               "[mox_json] %s: member \"%.*s\" %s", caller,
-                              static_cast<int>(key.size()), key.data(),
+                              static_cast<int>(name.size()), name.data(),
                               member ? typeName : "missing");
     }
     return false;
@@ -165,48 +186,48 @@ constexpr char kNotABool[] = "is not a boolean";
 }  // namespace
 
 // The std::string forms and the C-string forms share one body each.
-#define MOX_JSON_GETTERS(Key, Caller)                                                             \
-    std::string GetJsonValueToString(const Json::Value& obj, Key key, Caller) {                   \
-        return ReadValue<std::string>(obj, KeyOf(key));                                           \
+#define MOX_JSON_GETTERS(KeyType, CallerType)                                                             \
+    std::string GetJsonValueToString(const Json::Value& obj, KeyType key, CallerType) {                   \
+        return ReadValue<std::string>(obj, Key(key));                                           \
     }                                                                                             \
-    std::string GetJsonValueToString(const Json::Value& array, Json::ArrayIndex index, Caller) {  \
+    std::string GetJsonValueToString(const Json::Value& array, Json::ArrayIndex index, CallerType) {  \
         return ReadElement(array, index);                                                         \
     }                                                                                             \
-    int GetJsonValueToInt(const Json::Value& obj, Key key, Caller) {                              \
-        return ReadValue<int>(obj, KeyOf(key));                                                   \
+    int GetJsonValueToInt(const Json::Value& obj, KeyType key, CallerType) {                              \
+        return ReadValue<int>(obj, Key(key));                                                   \
     }                                                                                             \
-    int64_t GetJsonValueToInt64(const Json::Value& obj, Key key, Caller) {                        \
-        return ReadValue<int64_t>(obj, KeyOf(key));                                               \
+    int64_t GetJsonValueToInt64(const Json::Value& obj, KeyType key, CallerType) {                        \
+        return ReadValue<int64_t>(obj, Key(key));                                               \
     }                                                                                             \
-    bool GetJsonValueToBool(const Json::Value& obj, Key key, Caller) {                            \
-        return ReadValue<bool>(obj, KeyOf(key));                                                  \
+    bool GetJsonValueToBool(const Json::Value& obj, KeyType key, CallerType) {                            \
+        return ReadValue<bool>(obj, Key(key));                                                  \
     }                                                                                             \
-    std::wstring GetJsonValueToUtf8WString(const Json::Value& obj, Key key, Caller) {             \
-        return ReadValue<std::wstring>(obj, KeyOf(key));                                          \
+    std::wstring GetJsonValueToUtf8WString(const Json::Value& obj, KeyType key, CallerType) {             \
+        return ReadValue<std::wstring>(obj, Key(key));                                          \
     }                                                                                             \
-    bool GetJsonValueToString(const Json::Value& obj, Key key, std::string& out, Caller caller,   \
+    bool GetJsonValueToString(const Json::Value& obj, KeyType key, std::string& out, CallerType caller,   \
                               bool required, bool keep_default) {                                 \
-        return ReadInto(obj, KeyOf(key), out, CallerOf(caller), required, keep_default,           \
+        return ReadInto(obj, Key(key), out, CallerOf(caller), required, keep_default,           \
                         kNotAString);                                                             \
     }                                                                                             \
-    bool GetJsonValueToInt(const Json::Value& obj, Key key, int& out, Caller caller,              \
+    bool GetJsonValueToInt(const Json::Value& obj, KeyType key, int& out, CallerType caller,              \
                            bool required, bool keep_default) {                                    \
-        return ReadInto(obj, KeyOf(key), out, CallerOf(caller), required, keep_default,           \
+        return ReadInto(obj, Key(key), out, CallerOf(caller), required, keep_default,           \
                         kNotAnInt);                                                               \
     }                                                                                             \
-    bool GetJsonValueToInt64(const Json::Value& obj, Key key, int64_t& out, Caller caller,        \
+    bool GetJsonValueToInt64(const Json::Value& obj, KeyType key, int64_t& out, CallerType caller,        \
                              bool required, bool keep_default) {                                  \
-        return ReadInto(obj, KeyOf(key), out, CallerOf(caller), required, keep_default,           \
+        return ReadInto(obj, Key(key), out, CallerOf(caller), required, keep_default,           \
                         kNotAnInt64);                                                             \
     }                                                                                             \
-    bool GetJsonValueToBool(const Json::Value& obj, Key key, bool& out, Caller caller,            \
+    bool GetJsonValueToBool(const Json::Value& obj, KeyType key, bool& out, CallerType caller,            \
                             bool required, bool keep_default) {                                   \
-        return ReadInto(obj, KeyOf(key), out, CallerOf(caller), required, keep_default,           \
+        return ReadInto(obj, Key(key), out, CallerOf(caller), required, keep_default,           \
                         kNotABool);                                                               \
     }                                                                                             \
-    bool GetJsonValueToUtf8WString(const Json::Value& obj, Key key, std::wstring& out,            \
-                                   Caller caller, bool required, bool keep_default) {             \
-        return ReadInto(obj, KeyOf(key), out, CallerOf(caller), required, keep_default,           \
+    bool GetJsonValueToUtf8WString(const Json::Value& obj, KeyType key, std::wstring& out,            \
+                                   CallerType caller, bool required, bool keep_default) {             \
+        return ReadInto(obj, Key(key), out, CallerOf(caller), required, keep_default,           \
                         kNotAString);                                                             \
     }
 
