@@ -69,8 +69,9 @@ public:
         ++tips;
         return true;
     }
+    // Hands over the version it was given (Prepare), without copying it.
     bool GetPluginVersion(const std::string&, Json::Value& result) override {
-        result = version;
+        result.swap(version);
         return true;
     }
     void RenderJsCallback(const std::string&, int, const std::string&,
@@ -368,17 +369,17 @@ private:
 };
 
 // "getPluginVersion", whose answer the page hears under its own call id as
-// the library's indented text (the host's version: `items` numbers, copied
-// out of the host by the host).
+// the library's indented text (the host's version: `items` numbers, which the
+// host builds before each call and hands over).
 class VersionAnswer final : public Case {
 public:
-    explicit VersionAnswer(size_t items) : m_items(items) {
-        CppHost().version = Numbers(items);
+    explicit VersionAnswer(size_t items) : m_items(items), m_numbers(Numbers(items)) {
         m_call.payload["method"] = "getPluginVersion";
         m_call.payload["params"]["pluginID"] = "p";
         m_call.payload["params"]["callID"] = "v-1";
     }
     ~VersionAnswer() override { CppHost().version = Json::Value(); }
+    void Prepare() override { CppHost().version = m_numbers; }
     void Run() override {
         Json::Value answer(Json::objectValue);
         m_ok += std::get<1>(MoxModuleManager::GetInstance()->Execute(kNative, m_call, answer));
@@ -391,6 +392,7 @@ public:
 private:
     CppHostScope m_scope;
     size_t m_items;
+    const Json::Value m_numbers;
     mox_h5_module_data m_call;
     const uint64_t m_bytes = CppHost().answerBytes;
     uint64_t m_ok = 0;

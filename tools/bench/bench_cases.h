@@ -22,6 +22,9 @@ namespace moxh5::bench {
 class Case {
 public:
     virtual ~Case() = default;
+    // Readies the next call of a sized case, outside the measured time (what
+    // the host does before the call, such as building its answer).
+    virtual void Prepare() {}
     // Runs one call.
     virtual void Run() = 0;
     // After `runs` calls: what went wrong ("" when every call did what it

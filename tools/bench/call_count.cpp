@@ -145,6 +145,7 @@ int main(int argc, char** argv) {
         if (!info.items) {
             for (int i = 0; i < 16; ++i) measured->Run();
         }
+        if (info.items) measured->Prepare();
         const uint64_t allocations = moxh5::bench::Allocations();
         CALLGRIND_ZERO_STATS;
         moxh5_bench_measure(*measured, caseRuns);
