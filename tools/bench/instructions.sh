@@ -11,6 +11,8 @@
 # Defaults: 2000 calls per case, answers of 10000 and 100000 elements.
 set -euo pipefail
 
+command -v valgrind >/dev/null || { echo "instructions.sh needs valgrind (apt-get install valgrind)" >&2; exit 1; }
+
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 cd "$ROOT"
 cmake --preset release >/dev/null
