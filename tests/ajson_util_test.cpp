@@ -69,6 +69,14 @@ TEST(AJsonBinder, FillsEveryKindOfFieldByName) {
     EXPECT_EQ(s.path, (std::vector<Point>{{1, -1}, {-1, 2}, {-1, -1}}));
     EXPECT_EQ(s.grid, (std::vector<std::vector<int32_t>>{{1, 2}, {}, {3}}));
 
+    // Keys are matched as decoded, escapes and all; long unknown keys are skipped.
+    Sample keyed;
+    ASSERT_TRUE(AJsonUtil::Bind(
+        R"({"\u0063ount": 5, "a member name longer than a short string": [1], "fl\u0061g": true})",
+        keyed, error));
+    EXPECT_EQ(keyed.count, 5);
+    EXPECT_TRUE(keyed.flag);
+
     // Absent and null members keep the record's own values.
     Sample kept;
     ASSERT_TRUE(
@@ -99,6 +107,9 @@ TEST(AJsonBinder, FailsWithTheReadersMessageAndPosition) {
         {R"({"numbers": {}})", "read array must start with [!", "error at line :1 col :13 msg:{}}"},
         {R"({"numbers": [1,]})", "not a valid number!", "error at line :1 col :16 msg:]}"},
         {R"({1: 2})", "object key must be string", "error at line :1 col :2 msg:1: 2}"},
+        {R"({"na\qme": 1})", "not a valid string!", "error at line :1 col :5 msg:\\qme\": 1}"},
+        {"{\"na\tme\": 1}", "not a valid string!", "error at line :1 col :5 msg:"},
+        {R"({"name)", "not a valid string!", "error at line :1 col :7 msg:"},
         {R"({"count" 1})", "invalid json document!", "error at line :1 col :10 msg:1}"},
         {R"({"count": 1} x)", "invalid json document!", "error at line :1 col :14 msg:x"},
         {R"({"other": tru})", "invalid json document!", "error at line :1 col :11 msg:tru}"},

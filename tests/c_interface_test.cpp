@@ -149,6 +149,80 @@ TEST_F(CInterface, RefusesBadArgumentsAndTexts) {
     EXPECT_STREQ(moxh5_last_error(), "");
 }
 
+// Test that request texts the reader cannot take are refused before any call, each with what
+// was wrong; and that malformed members are told as malformed whatever their name.
+TEST_F(CInterface, MalformedRequestTextsAreRefusedWithTheirReason) {
+    const std::string notJson = "not a JSON object (or nested deeper than 128 levels)";
+    const std::pair<std::string, std::string> cases[] = {
+        {"", notJson},
+        {" ", notJson},
+        {"null", notJson},
+        {R"("payload")", notJson},
+        {R"({"payload":{"method":"showToast"})", notJson},
+        {R"({"payload":{"method":"showToast"}},)", notJson},
+        {R"({payload:{}})", notJson},
+        {R"({"payload":{"method":'showToast'}})", notJson},
+        {R"({"payload":{"params":{"content":"a\u12"}}})", notJson},
+        {R"({"payload":{"params":{"content":"\udc00"}}})", notJson},
+        {"{\"payload\":{\"params\":{\"content\":\"a\nb\"}}}", notJson},
+        {R"({"payload":{"params":[01]}})", notJson},
+        {R"({"unknown":[1 2],"mallcsid":1})", notJson},
+        {R"({"mallcsid":{"a":}})", notJson},
+        {R"({"mallcsid":["x"]})", "member \"mallcsid\" must be a string or null"},
+        {R"({"callbackid":7})", "member \"callbackid\" must be a string or null"},
+        {R"({"workerid":false})", "member \"workerid\" must be a string or null"},
+        {R"({"isWorker":"true"})", "member \"isWorker\" must be a boolean or null"},
+        {R"({"webindex":-2147483649})", "member \"webindex\" must be a 32-bit integer or null"},
+        {R"({"webindex":1e40})", "member \"webindex\" must be a 32-bit integer or null"},
+    };
+    for (const auto& [text, reason] : cases) {
+        unsigned outcome = 0;
+        char* answer = nullptr;
+        EXPECT_EQ(moxh5_execute(host, "JSCallNative", text.c_str(), &outcome, &answer),
+                  MOXH5_ERROR_JSON)
+            << text;
+        EXPECT_EQ(answer, nullptr) << text;
+        EXPECT_EQ(moxh5_last_error(), "moxh5_execute: request_json: " + reason) << text;
+        int exists = 0;
+        EXPECT_EQ(moxh5_exist(host, text.c_str(), &exists), MOXH5_ERROR_JSON) << text;
+        EXPECT_EQ(moxh5_answer_page(host, text.c_str(), 1, "{}"), MOXH5_ERROR_JSON) << text;
+    }
+    EXPECT_TRUE(recorded.ops.empty());
+    EXPECT_TRUE(recorded.pages.empty());
+}
+
+// Test the payload bounds on both sides of the length that proves them: a request text of at
+// most 1M bytes is within them by its length alone, a longer one is walked, and one past the
+// bounds is refused as a call with "Invalid params." (no operation reached).
+TEST_F(CInterface, PayloadBoundsHoldForShortAndLongTexts) {
+    auto request = [](size_t elements) {
+        std::string list;
+        list.reserve(elements * 2);
+        for (size_t i = 0; i < elements; ++i) list += i ? ",0" : "0";
+        return R"({"callbackid":"b","payload":{"method":"showToast","params":{"content":"x",)"
+               R"("list":[)" +
+               list + "]}}}";
+    };
+    const struct {
+        size_t elements;
+        bool accepted;
+    } cases[] = {{400000, true}, {800000, true}, {1000000, false}};
+    for (const auto& c : cases) {
+        const std::string text = request(c.elements);
+        EXPECT_EQ(text.size() > 1000000, c.elements >= 800000) << c.elements;
+        unsigned outcome = 0;
+        std::string answer;
+        recorded.ops.clear();
+        ASSERT_EQ(Execute("JSCallNative", text, &outcome, &answer), MOXH5_OK) << c.elements;
+        EXPECT_EQ(outcome, c.accepted ? MOXH5_REGISTERED | MOXH5_HANDLED : MOXH5_REGISTERED)
+            << c.elements;
+        EXPECT_EQ(recorded.ops.size(), c.accepted ? 1u : 0u) << c.elements;
+        if (!c.accepted) {
+            EXPECT_EQ(answer, R"({"message":"Invalid params."})");
+        }
+    }
+}
+
 TEST_F(CInterface, OperationsGetTheirArgumentsAsJsonAndPagesTheirEnvelopes) {
     unsigned outcome = 0;
     std::string answer;

@@ -2,6 +2,11 @@
 // and business access.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <memory>
+#include <thread>
+#include <vector>
+
 #include "MoxBizAccess.h"
 #include "mox_json.h"
 #include "tests/fakes/bridge_fixture.h"
@@ -106,6 +111,151 @@ TEST(HostJson, OutGettersFollowTheirFlags) {
     EXPECT_EQ(lines[0].priority, LOG_PRIORITY_WARNING);
     EXPECT_NE(lines[0].text.find("C::f"), std::string::npos);
     EXPECT_NE(lines[1].text.find("\"i\""), std::string::npos);
+}
+
+
+// Test that both forms of every getter, std::string and C string, read alike, on small objects
+// (searched member by member) and large ones: each integer getter as jsoncpp's isInt/isInt64
+// judge the number, strings only from strings, and the out forms' results, outputs and lines.
+TEST(HostJson, BothFormsReadAlikeAtEverySize) {
+    const char* const numbers[] = {"0", "-7", "2147483647", "-2147483648", "2147483648",
+                                   "4294967295", "9223372036854775807", "-9223372036854775808",
+                                   "18446744073709551615", "3.0", "2.5", "-0.0", "1e10", "1e19"};
+    std::vector<std::string> keys = {"s", "b", "n", "a", "missing"};
+    std::string small = R"({"s":"\u00e9","b":true,"n":null,"a":[1],"v":0})";
+    std::string large = R"({"s":"\u00e9","b":true,"n":null,"a":[1])";
+    for (size_t i = 0; i < sizeof numbers / sizeof numbers[0]; ++i) {
+        keys.push_back("k" + std::to_string(i));
+        large += ",\"" + keys.back() + "\":" + numbers[i];
+    }
+    large += "}";
+    for (const std::string* object : {&small, &large}) {
+        const std::string& text = *object;
+        Json::Value obj = ParseJson(text);
+        if (object == &small) {  // a small object per number, each near the search's bound
+            for (size_t i = 0; i < sizeof numbers / sizeof numbers[0]; ++i) {
+                obj = ParseJson(R"({"s":"\u00e9","b":true,"n":null,"a":[1],"x":1,"y":2,"k)" +
+                                std::to_string(i) + "\":" + numbers[i] + "}");
+                ASSERT_EQ(obj.size(), 7u);
+                const std::string key = "k" + std::to_string(i);
+                const Json::Value& number = obj[key];
+                EXPECT_EQ(mox_json::GetJsonValueToInt(obj, key.c_str(), "C::f"),
+                          number.isInt() ? number.asInt() : 0)
+                    << numbers[i];
+                EXPECT_EQ(mox_json::GetJsonValueToInt64(obj, key.c_str(), "C::f"),
+                          number.isInt64() ? number.asInt64() : 0)
+                    << numbers[i];
+            }
+            obj = ParseJson(small);
+        }
+        const std::string caller = "C::f";
+        for (const std::string& key : keys) {
+            const Json::Value* member = obj.find(key.data(), key.data() + key.size());
+            const std::string where = text + " " + key;
+            EXPECT_EQ(mox_json::GetJsonValueToInt(obj, key, caller),
+                      mox_json::GetJsonValueToInt(obj, key.c_str(), "C::f"))
+                << where;
+            EXPECT_EQ(mox_json::GetJsonValueToInt(obj, key.c_str(), "C::f"),
+                      member && member->isInt() ? member->asInt() : 0)
+                << where;
+            EXPECT_EQ(mox_json::GetJsonValueToInt64(obj, key.c_str(), "C::f"),
+                      member && member->isInt64() ? member->asInt64() : 0)
+                << where;
+            EXPECT_EQ(mox_json::GetJsonValueToInt64(obj, key, caller),
+                      mox_json::GetJsonValueToInt64(obj, key.c_str(), "C::f"))
+                << where;
+            EXPECT_EQ(mox_json::GetJsonValueToString(obj, key, caller),
+                      mox_json::GetJsonValueToString(obj, key.c_str(), "C::f"))
+                << where;
+            EXPECT_EQ(mox_json::GetJsonValueToBool(obj, key, caller),
+                      mox_json::GetJsonValueToBool(obj, key.c_str(), "C::f"))
+                << where;
+            EXPECT_EQ(mox_json::GetJsonValueToUtf8WString(obj, key, caller),
+                      mox_json::GetJsonValueToUtf8WString(obj, key.c_str(), "C::f"))
+                << where;
+            for (const bool keep : {false, true}) {
+                std::string byString = "old", byPointer = "old";
+                int64_t n1 = 5, n2 = 5;
+                ScopedLogCapture log;
+                const bool r1 = mox_json::GetJsonValueToString(obj, key, byString, caller, true, keep);
+                const bool r2 =
+                    mox_json::GetJsonValueToString(obj, key.c_str(), byPointer, "C::f", true, keep);
+                const bool r3 = mox_json::GetJsonValueToInt64(obj, key, n1, caller, true, keep);
+                const bool r4 = mox_json::GetJsonValueToInt64(obj, key.c_str(), n2, "C::f", true, keep);
+                EXPECT_EQ(r1, r2) << where;
+                EXPECT_EQ(byString, byPointer) << where;
+                EXPECT_EQ(r3, r4) << where;
+                EXPECT_EQ(n1, n2) << where;
+                const auto lines = log->Records();
+                ASSERT_EQ(lines.size() % 2, 0u) << where;
+                for (size_t i = 0; i < lines.size(); i += 2) {  // each form's line in turn
+                    EXPECT_EQ(lines[i].text, lines[i + 1].text) << where;
+                }
+            }
+        }
+        for (Json::ArrayIndex i = 0; i < 3; ++i) {
+            EXPECT_EQ(mox_json::GetJsonValueToString(obj["a"], i, caller),
+                      mox_json::GetJsonValueToString(obj["a"], i, "C::f"));
+        }
+    }
+    EXPECT_EQ(mox_json::GetJsonValueToInt(ParseJson(R"({"":1})"), nullptr, nullptr), 0);
+}
+
+// A sink that counts the reports under way in it and notes one that reaches it after it was
+// released, or while it is being destroyed.
+class WatchedSink final : public IReportSink {
+public:
+    explicit WatchedSink(std::atomic<int>& faults) : m_faults(faults) {}
+    ~WatchedSink() override {
+        m_gone = true;
+        if (m_inside.load() != 0) ++m_faults;
+    }
+    void Send(const WorkbenchReportRecord& report) override {
+        ++m_inside;
+        if (m_gone || report.id != 7) ++m_faults;
+        std::this_thread::yield();
+        --m_inside;
+        ++m_sent;
+    }
+    int Sent() const { return m_sent.load(); }
+
+private:
+    std::atomic<int>& m_faults;
+    std::atomic<int> m_inside{0};
+    std::atomic<int> m_sent{0};
+    std::atomic<bool> m_gone{false};
+};
+
+// Test that reports reach the installed sink without a lock while sinks are swapped: no report
+// reaches a sink that was handed back, a sink handed back is the one installed before, and the
+// last one hears the reports made after it was installed.
+TEST(HostReport, SinksSwapWhileReportsRun) {
+    std::atomic<int> faults{0};
+    std::atomic<bool> stop{false};
+    std::shared_ptr<IReportSink> installed = std::make_shared<WatchedSink>(faults);
+    const std::shared_ptr<IReportSink> before = WorkbenchReport::SetSink(installed);
+    std::vector<std::thread> reporters;
+    for (int t = 0; t < 3; ++t) {
+        reporters.emplace_back([&] {
+            const WorkbenchReport report(7);
+            while (!stop) report.Report();
+        });
+    }
+    for (int i = 0; i < 300; ++i) {
+        auto next = std::make_shared<WatchedSink>(faults);
+        const std::shared_ptr<IReportSink> previous = WorkbenchReport::SetSink(next);
+        EXPECT_EQ(previous, installed) << i;
+        installed = next;
+    }
+    stop = true;
+    for (std::thread& reporter : reporters) reporter.join();
+    const auto last = std::static_pointer_cast<WatchedSink>(installed);
+    const int sent = last->Sent();
+    WorkbenchReport(7).Report();
+    EXPECT_EQ(last->Sent(), sent + 1);
+    EXPECT_EQ(WorkbenchReport::SetSink(before), installed);
+    installed.reset();
+    EXPECT_EQ(faults.load(), 0);
 }
 
 }  // namespace

@@ -1,12 +1,17 @@
-// The C interface's JSON reader and writer against jsoncpp's: the same values
-// from the same texts, the same refusals, and a written text reads back equal.
+// The library's JSON reader and writers against jsoncpp's: the same values
+// from the same texts, the same refusals, a written text reads back equal, the
+// indented text is jsoncpp's; and the request reader of the C interface.
 #include "json_text.h"
 
 #include <gtest/gtest.h>
 #include <json/reader.h>
+#include <json/writer.h>
 
+#include <cmath>
+#include <limits>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "diagnostics.h"
 
@@ -124,3 +129,180 @@ TEST(JsonText, LogTextIsCompactCutAndRedacted) {
 }
 
 }  // namespace
+
+namespace moxh5::detail {
+namespace {
+
+std::string JsoncppStyled(const Json::Value& value) {
+    return Json::writeString(Json::StreamWriterBuilder(), value);
+}
+
+// Test that the indented text is jsoncpp's default text byte for byte: layout, member order,
+// escapes of every byte alone and in UTF-8 sequences (well-formed, cut short, overlong,
+// surrogates), doubles, comments and arrays with indexes missing.
+TEST(JsonText, StyledTextIsJsoncppsDefaultText) {
+    std::vector<Json::Value> values;
+    for (const char* text : {
+             "null", "true", "-9223372036854775808", "18446744073709551615", "0.1", "-0.0",
+             "1e300", "3.0", "\"\"", "[]", "{}", "[[],{},[[]],{\"a\":{}}]",
+             R"({"b":[1,"x",null],"a":{"x":true,"y":[{"z":1.5}]},"":0,"c":null})",
+             R"({"\u00e9":"\u4e2d\ud83d\ude00","t\"a\\b":"a\/b\n\r\t\b\f"})",
+         }) {
+        Json::Value value;
+        ASSERT_TRUE(ParseJson(text, value)) << text;
+        values.push_back(value);
+    }
+    for (int byte = 0; byte < 256; ++byte) {
+        values.emplace_back(std::string("a") + static_cast<char>(byte) + "z");
+    }
+    for (const char* bytes : {"\xE4\xB8\xAD", "\xE4\xB8", "\xC3\x28", "\xC0\x80", "\xED\xA0\x80",
+                              "\xF0\x9F\x98\x80", "\xF0\x80\x80\x80", "\xF4\x90\x80\x80", "\xF7\xBF\xBF\xBF",
+                              "\xF4\x80\x80\x80", "\xEF\xBF\xBF", "\xF8\x88", "\xFC\x80",
+                              "\x80", "x\xF0\x9F"}) {
+        values.emplace_back(bytes);
+    }
+    values.emplace_back(std::nan(""));
+    values.emplace_back(-std::numeric_limits<double>::infinity());
+    Json::Value holes(Json::arrayValue);
+    holes[3] = 1;  // indexes 0 to 2 are missing
+    holes[5] = Json::Value(Json::objectValue);
+    values.push_back(holes);
+    Json::Value commented(Json::objectValue);
+    commented["a"] = 1;
+    commented["a"].setComment(std::string("// before\n// second"), Json::commentBefore);
+    commented["b"][0] = 2;
+    commented["b"][0].setComment(std::string("// same line"), Json::commentAfterOnSameLine);
+    commented["b"][1] = 3;
+    commented["b"][1].setComment(std::string("// after"), Json::commentAfter);
+    commented.setComment(std::string("// root"), Json::commentBefore);
+    values.push_back(commented);
+    for (const Json::Value& value : values) {
+        EXPECT_EQ(StyledJson(value), JsoncppStyled(value)) << JsoncppStyled(value);
+    }
+}
+
+// The envelope built as a value, as the page hears it.
+Json::Value Enveloped(bool success, const Json::Value& answer) {
+    Json::Value envelope = answer.isNull() ? Json::Value(Json::objectValue) : answer;
+    envelope["success"] = success;
+    if (!envelope.isMember("message")) envelope["message"] = success ? "success" : "failed";
+    if (!envelope.isMember("data")) envelope["data"] = Json::Value();
+    return envelope;
+}
+
+// Test that the envelope text written from the answer is the envelope value's text, with the
+// answer's own members sorting before, between and after the envelope's.
+TEST(JsonText, EnvelopeTextIsTheEnvelopeValuesText) {
+    for (const char* text : {
+             "null", "{}", R"({"data":{"x":[1]}})", R"({"message":null,"success":"no"})",
+             R"({"":0,"a":1,"dat":2,"data0":3,"messagd":4,"messagf":5,"succ":6,"successs":7,"z":8})",
+             R"({"success":true,"\u00ff":1,"message":"kept"})", R"({"AsynExec":true})",
+         }) {
+        Json::Value answer;
+        ASSERT_TRUE(ParseJson(text, answer)) << text;
+        for (const bool success : {true, false}) {
+            std::string written = "prefix";
+            AppendEnvelope(success, answer, written);
+            EXPECT_EQ(written, "prefix" + CompactJson(Enveloped(success, answer))) << text;
+        }
+    }
+}
+
+// Test the string reader at every position of the eight-byte scan: an escape or a UTF-8
+// sequence placed anywhere in strings of every length around a word reads as jsoncpp reads it,
+// and a raw control character anywhere is refused.
+TEST(JsonText, StringsReadAlikeWhereverTheStopFalls) {
+    const std::pair<const char*, bool> stops[] = {
+        {"\\\"", true}, {"\\\\", true}, {"\\u00e9", true}, {"\xC3\xA9", true}, {"~", true},
+        {"\x01", false}, {"\x1f", false}, {"\\q", false},
+    };
+    for (const auto& [stop, valid] : stops) {
+        for (size_t length = 0; length <= 20; ++length) {
+            for (size_t at = 0; at <= length; ++at) {
+                const std::string text = "[\"" + std::string(at, 'x') + stop +
+                                         std::string(length - at, 'y') + "\",\"tail\"]";
+                Json::Value ours;
+                ASSERT_EQ(ParseJson(text, ours), valid) << text;
+                if (!valid) continue;
+                bool theirsOk = false;
+                EXPECT_EQ(ours, JsoncppParse(text, theirsOk)) << text;
+            }
+        }
+    }
+}
+
+// Test reading a request straight into the record: each member in its place, escaped names
+// recognized, a repeated member's last value kept, other members checked and skipped, the
+// payload's method and params noted in place, and a page text's payload skipped.
+TEST(JsonText, RequestTextReadsIntoTheRecord) {
+    RequestRecord call;
+    ASSERT_TRUE(ReadRequestText(
+        R"({"mallcsid":"m|c","mallcsid":"m|\u0063s","isWorker":true,"webindex":-7,)"
+        R"("callbackid":null,"other":{"deep":[1,{"x":"\n"}]},"workerid":"w\"1",)"
+        R"("pay\u006coad":{"params":{"k":1},"method":"m","x":[{"method":"inner"}]}})",
+        call));
+    EXPECT_EQ(call.data.mallcsid, "m|cs");
+    EXPECT_TRUE(call.data.isWorker);
+    EXPECT_EQ(call.data.webindex, -7);
+    EXPECT_EQ(call.data.callbackid, "");
+    ASSERT_NE(call.data.workerid, nullptr);
+    EXPECT_STREQ(call.data.workerid, "w\"1");
+    Json::Value payload;
+    ASSERT_TRUE(ParseJson(R"({"params":{"k":1},"method":"m","x":[{"method":"inner"}]})", payload));
+    EXPECT_EQ(call.data.payload, payload);
+    const std::string method = "method", params = "params";
+    EXPECT_EQ(call.members.method, call.data.payload.find(method.data(), method.data() + 6));
+    EXPECT_EQ(call.members.params, call.data.payload.find(params.data(), params.data() + 6));
+
+    RequestRecord repeated;
+    ASSERT_TRUE(ReadRequestText(R"({"payload":{"method":"a"},"payload":[{"method":"b"}]})",
+                                repeated));
+    EXPECT_TRUE(repeated.data.payload.isArray());
+    EXPECT_EQ(repeated.members.method, nullptr) << "only the payload object's own members";
+    EXPECT_EQ(repeated.data.workerid, nullptr);
+
+    RequestRecord page;
+    ASSERT_TRUE(ReadRequestText(R"({"payload":{"method":"m"},"callbackid":"c"})", page,
+                                /*withPayload=*/false));
+    EXPECT_TRUE(page.data.payload.isNull());
+    EXPECT_EQ(page.data.callbackid, "c");
+}
+
+// Test that a request text is refused as a whole, with the wrong member named when it is one,
+// also when the payload is not wanted.
+TEST(JsonText, RequestTextRefusals) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"", ""},
+        {"[]", ""},
+        {R"({"payload":{"method":"m",}})", ""},
+        {R"({"payload":{"method":"m"}} x)", ""},
+        {R"({"other":[1,]})", ""},
+        {R"({"other":"\x"})", ""},
+        {R"({"mallcsid":"a)", ""},
+        {"{\"mallcsid\":\"a\tb\"}", ""},
+        {R"({"mallcsid":1})", "member \"mallcsid\" must be a string or null"},
+        {R"({"workerid":{}})", "member \"workerid\" must be a string or null"},
+        {R"({"callbackid":[1,2]})", "member \"callbackid\" must be a string or null"},
+        {R"({"isWorker":0})", "member \"isWorker\" must be a boolean or null"},
+        {R"({"webindex":2147483648})", "member \"webindex\" must be a 32-bit integer or null"},
+        {R"({"webindex":1.5})", "member \"webindex\" must be a 32-bit integer or null"},
+        {R"({"webindex":[1})", ""},
+        {R"({"payload":)" + std::string(129, '[') + std::string(129, ']') + "}", ""},
+        {R"({"other":)" + std::string(129, '[') + std::string(129, ']') + "}", ""},
+    };
+    for (const auto& [text, problem] : cases) {
+        for (const bool withPayload : {true, false}) {
+            RequestRecord call;
+            EXPECT_FALSE(ReadRequestText(text, call, withPayload)) << text;
+            EXPECT_EQ(call.problem, problem) << text;
+        }
+    }
+    RequestRecord deepest;
+    EXPECT_TRUE(ReadRequestText(R"({"webindex":1.0,"payload":)" + std::string(128, '[') +
+                                    std::string(128, ']') + "}",
+                                deepest, false));
+    EXPECT_EQ(deepest.data.webindex, 1);
+}
+
+}  // namespace
+}  // namespace moxh5::detail

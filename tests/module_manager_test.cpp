@@ -2,6 +2,7 @@
 // exception barrier.
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <stdexcept>
 
 #include "tests/fakes/bridge_fixture.h"
@@ -67,6 +68,44 @@ TEST(ModuleManager, NewerRegistrationServesAndWorkersAreBuiltOnce) {
     EXPECT_EQ(answer["servedBy"].asInt(), 2);
     EXPECT_TRUE(manager.Exist(CanIUse("A.m2")));
     EXPECT_FALSE(manager.Exist(CanIUse("A.m1")));
+}
+
+// Test that the lookup of every call follows the registry: names told apart by length and by
+// bytes, a registration after Create serving at once (with no worker until the next Create),
+// and managers made and dropped one after another each finding only their own modules.
+TEST(ModuleManager, LookupFollowsRegistrationsAndManagers) {
+    auto servedBy = [](MoxModuleManager& manager, const std::string& name) {
+        Json::Value answer;
+        const auto [registered, handled] = manager.Execute(name, MakeCall("x"), answer);
+        return !registered ? -1 : !handled ? 0 : answer["servedBy"].asInt();
+    };
+    auto first = std::make_unique<TestManager>();
+    first->Register(TaggedModule<1>("A"));
+    first->Register(TaggedModule<2>("BB"));
+    first->Register(TaggedModule<3>("BC"));
+    EXPECT_TRUE(first->Create());
+    const std::pair<const char*, int> names[] = {{"A", 1}, {"BB", 2}, {"BC", 3}, {"B", -1},
+                                                 {"AA", -1}, {"BD", -1}, {"", -1}};
+    for (const auto& [name, tag] : names) EXPECT_EQ(servedBy(*first, name), tag) << name;
+    {
+        TestManager second;
+        second.Register(TaggedModule<4>("A"));
+        EXPECT_TRUE(second.Create());
+        EXPECT_EQ(servedBy(second, "A"), 4);
+        EXPECT_EQ(servedBy(second, "BB"), -1);
+        EXPECT_EQ(servedBy(*first, "A"), 1);
+        EXPECT_EQ(servedBy(*first, "BB"), 2);
+    }
+    first->Register(TaggedModule<5>("A"));
+    EXPECT_EQ(servedBy(*first, "A"), 0) << "the newer entry serves, still without a worker";
+    EXPECT_TRUE(first->Create());
+    EXPECT_EQ(servedBy(*first, "A"), 5);
+    first.reset();
+    TestManager third;
+    third.Register(TaggedModule<6>("BB"));
+    EXPECT_TRUE(third.Create());
+    EXPECT_EQ(servedBy(third, "BB"), 6);
+    EXPECT_EQ(servedBy(third, "A"), -1);
 }
 
 // Test the page's "is it available?" question for module and method names (more in the basic

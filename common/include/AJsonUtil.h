@@ -77,6 +77,10 @@ public:
     bool BeginObject(bool& empty);
     // A member's key and the ':' after it.
     bool ReadKey(std::string& key);
+    // The same, the key seen in place when it has no escape (decoded into
+    // `decoded` otherwise): no string is built for it. `key` is valid while the
+    // text and `decoded` are.
+    bool ReadKey(std::string_view& key, std::string& decoded);
     // After a member: ',' sets `more`, '}' clears it, anything else fails.
     bool NextMember(bool& more);
     // The same framing for arrays.
@@ -171,10 +175,11 @@ bool ReadValue(Reader& r, Record& out) {
     bool empty = false;
     if (!r.BeginObject(empty)) return false;
     if (empty) return true;
-    std::string key;
+    std::string decoded;  // a key with escapes, which is rare
+    std::string_view key;
     bool more = true;
     while (more) {
-        if (!r.ReadKey(key)) return false;
+        if (!r.ReadKey(key, decoded)) return false;
         bool named = false;
         bool read = true;
         std::apply(

@@ -26,8 +26,12 @@
 
 // The same under a given source file name, for a worker whose handlers are
 // spread over several files but log under the worker's one file name.
-#define MOX_LOG_AT(file, priority, function, ...) \
-    ::moxh5::detail::WriteLogLine((priority), (file), __LINE__, (function), __VA_ARGS__)
+// The priority is looked at here first, so that a line the log will not keep
+// costs one question and no formatting call.
+#define MOX_LOG_AT(file, priority, function, ...)                                              \
+    (CMoxLog::IsEnabled(priority)                                                              \
+         ? ::moxh5::detail::WriteLogLine((priority), (file), __LINE__, (function), __VA_ARGS__) \
+         : void())
 
 // The general line for a failed precondition before returning false.
 #define MOX_LOG_FALSE_IN(function) \
@@ -38,8 +42,11 @@
 // nothing for disabled traces.
 #define MOX_LOG_JSON(priority, function, format, value) \
     MOX_LOG_JSON_AT(__FILE__, priority, function, format, value)
-#define MOX_LOG_JSON_AT(file, priority, function, format, value) \
-    ::moxh5::detail::WriteJsonLogLine((priority), (file), __LINE__, (function), (format), &(value))
+#define MOX_LOG_JSON_AT(file, priority, function, format, value)                            \
+    (CMoxLog::IsEnabled(priority) ? ::moxh5::detail::WriteJsonLogLine(                         \
+                                        (priority), (file), __LINE__, (function), (format), \
+                                        &(value))                                            \
+                                  : void())
 
 // A request trace (priority 600, info) with JSON text.
 #define MOX_TRACE_JSON(function, format, value) \
@@ -76,9 +83,10 @@ std::string LogLineText(std::string_view text);
 // line is.
 std::string LogJsonText(const Json::Value& value);
 
-// `value` as JSON text, written with the default settings of jsoncpp's
-// StreamWriterBuilder (tab-indented, members sorted by name): the text pages
-// and the host receive. Not for log lines.
+// `value` as JSON text, as the default settings of jsoncpp's
+// StreamWriterBuilder write it (tab-indented, members sorted by name; see
+// StyledJson in core/detail/json_text.h): the text pages and the host
+// receive. Not for log lines.
 std::string JsonText(const Json::Value& value);
 
 }  // namespace moxh5::detail

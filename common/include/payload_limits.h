@@ -25,8 +25,20 @@ inline constexpr size_t kMaxPayloadValues = 1000000;
 inline constexpr size_t kMaxPayloadTextBytes = size_t{64} << 20;
 
 // Whether `payload` keeps within the three bounds above. Walks the value once
-// with a stack of its own (no recursion, no allocation) and stops at the first
-// bound crossed.
+// (recursing at most kMaxJsonDepth deep, allocating nothing) and stops at the
+// first bound crossed.
 bool PayloadWithinLimits(const Json::Value& payload) noexcept;
+
+// A payload's "method" and "params" members, in place; null when absent (or
+// the payload is not an object).
+struct PayloadMembers {
+    const Json::Value* method = nullptr;
+    const Json::Value* params = nullptr;
+};
+
+// The same walk, which also notes where the payload's "method" and "params"
+// are (it passes their names anyway), so that the dispatch needs no search
+// for them. `members` is filled only when the payload is within the bounds.
+bool PayloadWithinLimits(const Json::Value& payload, PayloadMembers& members) noexcept;
 
 }  // namespace moxh5::detail

@@ -94,6 +94,26 @@ bool Reader::ReadKey(std::string& key) {
     return true;
 }
 
+bool Reader::ReadKey(std::string_view& key, std::string& decoded) {
+    if (Peek() != '"') return Fail(kKeyNotAString);
+    const size_t start = m_pos + 1;
+    size_t end = start;
+    while (end < m_text.size() && m_text[end] != '"' && m_text[end] != '\\' &&
+           static_cast<unsigned char>(m_text[end]) >= 0x20) {
+        ++end;
+    }
+    if (end < m_text.size() && m_text[end] == '"') {
+        key = m_text.substr(start, end - start);
+        m_pos = end + 1;
+    } else {
+        if (!ScanString(&decoded, kNotAString)) return false;
+        key = decoded;
+    }
+    if (Peek() != ':') return Fail(kInvalidDocument);
+    ++m_pos;
+    return true;
+}
+
 bool Reader::NextMember(bool& more) {
     const char c = Peek();
     if (c != ',' && c != '}') return Fail(kInvalidDocument);

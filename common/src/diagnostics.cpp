@@ -1,7 +1,5 @@
 #include "diagnostics.h"
 
-#include <json/writer.h>
-
 #include <charconv>
 #include <cstdint>
 #include <cstdarg>
@@ -196,12 +194,6 @@ std::string LogJsonText(const Json::Value& value) {
     return std::string(LineText(json, json.size() + omitted).view());
 }
 
-std::string JsonText(const Json::Value& value) {
-    // Built once and never destroyed: host threads may still write answers
-    // while the library unloads (docs/architecture.md, "Statics"). Writing
-    // through a const factory is safe from many threads.
-    static const Json::StreamWriterBuilder& builder = *new Json::StreamWriterBuilder();
-    return Json::writeString(builder, value);
-}
+std::string JsonText(const Json::Value& value) { return StyledJson(value); }
 
 }  // namespace moxh5::detail

@@ -3,14 +3,101 @@
 #include <json/writer.h>
 
 #include <charconv>
+#include <iterator>
 #include <cstdint>
+#include <cstring>
+#if defined(_MSC_VER) && !defined(__clang__)
+#include <intrin.h>
+#endif
 
 #include "AsciiCase.h"
+#include "answer.h"
 #include "payload_limits.h"
 #include "moxh5/utf8.h"
 
 namespace moxh5::detail {
 namespace {
+
+// The index of the lowest set bit of `bits` (not 0).
+unsigned LowestBit(uint64_t bits) {
+#if defined(_MSC_VER) && !defined(__clang__)
+    unsigned long index = 0;
+    _BitScanForward64(&index, bits);
+    return static_cast<unsigned>(index);
+#else
+    return static_cast<unsigned>(__builtin_ctzll(bits));
+#endif
+}
+
+// The first byte at or after `at` that ends a string's plain run: a quote, a
+// backslash or a control character (or `end`). Eight bytes at a time: each
+// word is tested for a byte equal to '"' or '\\' or below 0x20. The tests may
+// also mark bytes after the first stop (a borrow runs upwards), never one
+// before it, so on a little-endian machine the lowest mark is the stop.
+const char* PlainRun(const char* at, const char* end) {
+    constexpr uint64_t kOnes = 0x0101010101010101ull;
+    constexpr uint64_t kHigh = 0x8080808080808080ull;
+    while (end - at >= 8) {
+        uint64_t word = 0;
+        std::memcpy(&word, at, sizeof word);
+        const uint64_t quote = word ^ (kOnes * '"');
+        const uint64_t backslash = word ^ (kOnes * '\\');
+        const uint64_t stops = (((quote - kOnes) & ~quote) | ((backslash - kOnes) & ~backslash) |
+                                ((word - kOnes * 0x20) & ~word)) &
+                               kHigh;
+        if (stops) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+            break;
+#else
+            return at + LowestBit(stops) / 8;
+#endif
+        }
+        at += sizeof word;
+    }
+    while (at < end && *at != '"' && *at != '\\' && static_cast<unsigned char>(*at) >= 0x20) {
+        ++at;
+    }
+    return at;
+}
+
+// The members of a request text, by name.
+enum class RequestField : uint8_t {
+    kPayload,
+    kMallcsid,
+    kCallbackid,
+    kWorkerid,
+    kIsWorker,
+    kWebindex,
+    kOther
+};
+
+struct RequestFieldName {
+    RequestField field;
+    std::string_view name;
+};
+constexpr RequestFieldName kRequestFields[] = {
+    {RequestField::kPayload, "payload"},   {RequestField::kMallcsid, "mallcsid"},
+    {RequestField::kCallbackid, "callbackid"}, {RequestField::kWorkerid, "workerid"},
+    {RequestField::kIsWorker, "isWorker"}, {RequestField::kWebindex, "webindex"},
+};
+
+RequestField FieldOf(std::string_view name) {
+    for (const RequestFieldName& known : kRequestFields) {
+        if (known.name == name) return known.field;
+    }
+    return RequestField::kOther;
+}
+
+std::string_view NameOf(RequestField field) {
+    for (const RequestFieldName& known : kRequestFields) {
+        if (known.field == field) return known.name;
+    }
+    return {};
+}
+
+// Installs `built` as `value` (leaving any comments of `value` where they
+// are): cheaper than assigning a whole value.
+void Install(Json::Value& value, Json::Value built) { value.swapPayload(built); }
 
 class Reader {
 public:
@@ -23,16 +110,14 @@ public:
         return m_at == m_end;
     }
 
-    bool Members(JsonMemberVisitor visit, void* context) {
+    bool Request(RequestRecord& call, bool withPayload) {
         SkipSpace();
         if (!Take('{')) return false;
         SkipSpace();
         if (!Take('}')) {
-            std::string key;
-            Json::Value value;
+            std::string_view key;
             for (;;) {
-                // Each member nests on its own, as a payload does through Execute.
-                if (!MemberName(key) || !Value(value, 0) || !visit(context, key, value)) {
+                if (!MemberName(key) || !RequestMember(FieldOf(key), call, withPayload)) {
                     return false;
                 }
                 SkipSpace();
@@ -45,6 +130,63 @@ public:
     }
 
 private:
+    // One member of a request, after its name: read into its place in the
+    // record; a member of the wrong type is read whole before it is refused,
+    // so that malformed text is always told as such. Each member nests
+    // kMaxJsonDepth deep on its own, as a payload does through Execute.
+    bool RequestMember(RequestField field, RequestRecord& call, bool withPayload) {
+        mox_h5_module_data& data = call.data;
+        std::string* text = nullptr;
+        switch (field) {
+            case RequestField::kPayload: {
+                if (!withPayload) return Skip(0);
+                call.members = PayloadMembers();
+                m_members = &call.members;
+                const bool read = Value(data.payload, 0);
+                m_members = nullptr;
+                return read;
+            }
+            case RequestField::kOther:
+                return Skip(0);
+            case RequestField::kMallcsid:
+                text = &data.mallcsid;
+                break;
+            case RequestField::kCallbackid:
+                text = &data.callbackid;
+                break;
+            case RequestField::kWorkerid:
+                text = &call.workerid;
+                break;
+            case RequestField::kIsWorker:
+            case RequestField::kWebindex:
+                break;
+        }
+        if (text && m_at < m_end && *m_at == '"') {
+            std::string_view read;
+            if (!StringText(read)) return false;
+            text->assign(read.data(), read.size());
+            if (field == RequestField::kWorkerid) data.workerid = call.workerid.c_str();
+            return true;
+        }
+        Json::Value value;
+        if (!Value(value, 0)) return false;
+        if (value.isNull()) return true;
+        if (text) return Refuse(call, field, "a string");
+        if (field == RequestField::kIsWorker) {
+            if (!value.isBool()) return Refuse(call, field, "a boolean");
+            data.isWorker = value.asBool();
+        } else {
+            if (!value.isInt()) return Refuse(call, field, "a 32-bit integer");
+            data.webindex = value.asInt();
+        }
+        return true;
+    }
+
+    static bool Refuse(RequestRecord& call, RequestField field, const char* type) {
+        call.problem = "member \"" + std::string(NameOf(field)) + "\" must be " + type + " or null";
+        return false;
+    }
+
     void SkipSpace() {
         while (m_at < m_end && (*m_at == ' ' || *m_at == '\t' || *m_at == '\n' || *m_at == '\r')) {
             ++m_at;
@@ -76,19 +218,19 @@ private:
             case '[':
                 return depth < kMaxJsonDepth && Array(value, depth + 1);
             case '"': {
-                std::string text;
-                if (!String(text)) return false;
-                value = Json::Value(text);
+                std::string_view text;
+                if (!StringText(text)) return false;
+                Install(value, Json::Value(text.data(), text.data() + text.size()));
                 return true;
             }
             case 't':
-                value = true;
+                Install(value, Json::Value(true));
                 return Literal("true");
             case 'f':
-                value = false;
+                Install(value, Json::Value(false));
                 return Literal("false");
             case 'n':
-                value = Json::Value();
+                Install(value, Json::Value());
                 return Literal("null");
             default:
                 return Number(value);
@@ -97,22 +239,31 @@ private:
 
     bool Object(Json::Value& value, int depth) {
         ++m_at;
-        value = Json::Value(Json::objectValue);
+        Install(value, Json::Value(Json::objectValue));
+        // The payload's own members: note where its method and params are.
+        PayloadMembers* members = depth == 1 ? m_members : nullptr;
         SkipSpace();
         if (Take('}')) return true;
-        std::string key;
+        std::string_view key;
         for (;;) {
-            if (!MemberName(key) || !Value(value[key], depth)) return false;
+            if (!MemberName(key)) return false;
+            Json::Value& member = *value.demand(key.data(), key.data() + key.size());
+            if (members) {
+                if (key == key::kMethod) members->method = &member;
+                if (key == key::kParams) members->params = &member;
+            }
+            if (!Value(member, depth)) return false;
             SkipSpace();
             if (Take('}')) return true;
             if (!Take(',')) return false;
         }
     }
 
-    // A member's quoted name and its colon, with the space around them.
-    bool MemberName(std::string& key) {
+    // A member's quoted name and its colon, with the space around them. The
+    // name is valid until the next string is read.
+    bool MemberName(std::string_view& key) {
         SkipSpace();
-        if (m_at == m_end || *m_at != '"' || !String(key)) return false;
+        if (m_at == m_end || *m_at != '"' || !StringText(key)) return false;
         SkipSpace();
         if (!Take(':')) return false;
         SkipSpace();
@@ -121,7 +272,7 @@ private:
 
     bool Array(Json::Value& value, int depth) {
         ++m_at;
-        value = Json::Value(Json::arrayValue);
+        Install(value, Json::Value(Json::arrayValue));
         SkipSpace();
         if (Take(']')) return true;
         for (;;) {
@@ -130,6 +281,45 @@ private:
             SkipSpace();
             if (Take(']')) return true;
             if (!Take(',')) return false;
+        }
+    }
+
+    // Checks one value as Value reads it, building nothing (members the
+    // record has no place for, and a payload that is not wanted).
+    bool Skip(int depth) {
+        if (m_at == m_end) return false;
+        switch (*m_at) {
+            case '{':
+            case '[': {
+                if (depth == kMaxJsonDepth) return false;
+                const char close = *m_at == '{' ? '}' : ']';
+                ++m_at;
+                SkipSpace();
+                if (Take(close)) return true;
+                for (;;) {
+                    std::string_view key;
+                    if (close == '}' && !MemberName(key)) return false;
+                    SkipSpace();
+                    if (!Skip(depth + 1)) return false;
+                    SkipSpace();
+                    if (Take(close)) return true;
+                    if (!Take(',')) return false;
+                }
+            }
+            case '"': {
+                std::string_view text;
+                return StringText(text);
+            }
+            case 't':
+                return Literal("true");
+            case 'f':
+                return Literal("false");
+            case 'n':
+                return Literal("null");
+            default: {
+                Json::Value number;
+                return Number(number);
+            }
         }
     }
 
@@ -165,16 +355,26 @@ private:
         return true;
     }
 
-    bool String(std::string& out) {
-        ++m_at;
-        out.clear();
+    // A string, at its opening quote: its text, seen in place when it holds no
+    // escape, else decoded into a buffer of the reader's (valid until the
+    // next string is read).
+    bool StringText(std::string_view& text) {
+        const char* run = ++m_at;
+        m_at = PlainRun(m_at, m_end);
+        if (m_at < m_end && *m_at == '"') {
+            text = std::string_view(run, static_cast<size_t>(m_at - run));
+            ++m_at;
+            return true;
+        }
+        m_decoded.assign(run, static_cast<size_t>(m_at - run));
+        if (!Escaped(m_decoded)) return false;
+        text = m_decoded;
+        return true;
+    }
+
+    // The rest of a string from an escape or a stop on: decoded into `out`.
+    bool Escaped(std::string& out) {
         for (;;) {
-            const char* run = m_at;
-            while (m_at < m_end && *m_at != '"' && *m_at != '\\' &&
-                   static_cast<unsigned char>(*m_at) >= 0x20) {
-                ++m_at;
-            }
-            out.append(run, static_cast<size_t>(m_at - run));
             if (m_at == m_end || static_cast<unsigned char>(*m_at) < 0x20) return false;
             if (*m_at++ == '"') return true;
             if (m_at == m_end) return false;
@@ -206,6 +406,9 @@ private:
                 default:
                     return false;
             }
+            const char* run = m_at;
+            m_at = PlainRun(m_at, m_end);
+            out.append(run, static_cast<size_t>(m_at - run));
         }
     }
 
@@ -237,24 +440,26 @@ private:
         if (integer) {
             Json::Int64 signedValue = 0;
             if (std::from_chars(start, m_at, signedValue).ec == std::errc()) {
-                value = signedValue;
+                Install(value, Json::Value(signedValue));
                 return true;
             }
             Json::UInt64 unsignedValue = 0;
             if (*start != '-' && std::from_chars(start, m_at, unsignedValue).ec == std::errc()) {
-                value = unsignedValue;
+                Install(value, Json::Value(unsignedValue));
                 return true;
             }
         }
         double real = 0;
         const std::from_chars_result read = std::from_chars(start, m_at, real);
         if (read.ec != std::errc() && read.ec != std::errc::result_out_of_range) return false;
-        value = real;
+        Install(value, Json::Value(real));
         return true;
     }
 
     const char* m_at;
     const char* m_end;
+    std::string m_decoded;                 // the last string read that had escapes
+    PayloadMembers* m_members = nullptr;  // where the payload's members go, while it is read
 };
 
 // Where the writer puts its text: all of it into a string...
@@ -346,8 +551,10 @@ public:
             }
             case Json::arrayValue: {
                 m_out.Put('[');
-                for (auto it = value.begin(); it != value.end(); ++it) {
-                    if (it != value.begin()) m_out.Put(',');
+                bool first = true;
+                for (auto it = value.begin(), last = value.end(); it != last; ++it) {
+                    if (!first) m_out.Put(',');
+                    first = false;
                     if (!(headers && RedactedLine(*it))) Value(*it);
                 }
                 m_out.Put(']');
@@ -355,8 +562,10 @@ public:
             }
             case Json::objectValue: {
                 m_out.Put('{');
-                for (auto it = value.begin(); it != value.end(); ++it) {
-                    if (it != value.begin()) m_out.Put(',');
+                bool first = true;
+                for (auto it = value.begin(), last = value.end(); it != last; ++it) {
+                    if (!first) m_out.Put(',');
+                    first = false;
                     const char* end = nullptr;
                     const char* name = it.memberName(&end);
                     String(name, end);
@@ -450,6 +659,264 @@ private:
     bool m_redact;
 };
 
+// The indented text of jsoncpp's StreamWriterBuilder with its default
+// settings, byte for byte: a tab per level, " : " after a name, members by
+// name, every array element and member on a line of its own (an array or
+// object that is a member's value starts on the line after the name), empty
+// containers as [] and {}, comments where jsoncpp puts them, non-ASCII text
+// as \u escapes (UTF-16 pairs beyond the first plane; a malformed UTF-8
+// sequence as \ufffd), doubles with 17 significant digits. Arrays are
+// walked in order instead of looked up index by index, which keeps long
+// arrays linear; an index the array lacks is written as null, as jsoncpp
+// does.
+class StyledWriter {
+public:
+    explicit StyledWriter(std::string& out) : m_out(out) {}
+
+    void Document(const Json::Value& root) {
+        m_indented = true;
+        CommentBefore(root);
+        if (!m_indented) NewLine();
+        m_indented = true;
+        Value(root);
+        CommentAfter(root);
+    }
+
+private:
+    void Value(const Json::Value& value) {
+        switch (value.type()) {
+            case Json::nullValue:
+                m_out += "null";
+                break;
+            case Json::intValue:
+                Integer(value.asLargestInt());
+                break;
+            case Json::uintValue:
+                Integer(value.asLargestUInt());
+                break;
+            case Json::realValue:
+                m_out += Json::valueToString(value.asDouble());
+                break;
+            case Json::stringValue: {
+                const char* begin = nullptr;
+                const char* end = nullptr;
+                if (value.getString(&begin, &end)) Quoted(begin, end);
+                break;
+            }
+            case Json::booleanValue:
+                m_out += value.asBool() ? "true" : "false";
+                break;
+            case Json::arrayValue:
+                Array(value);
+                break;
+            case Json::objectValue:
+                Object(value);
+                break;
+        }
+    }
+
+    void Array(const Json::Value& value) {
+        const Json::ArrayIndex size = value.size();
+        if (size == 0) {
+            m_out += "[]";
+            return;
+        }
+        WithIndent("[");
+        ++m_depth;
+        Json::ArrayIndex index = 0;
+        auto it = value.begin();
+        const auto last = value.end();
+        for (;;) {
+            const bool present = it != last && it.index() == index;
+            const Json::Value& element = present ? *it : NullValue();
+            if (present) ++it;
+            CommentBefore(element);
+            if (!m_indented) NewLine();
+            m_indented = true;
+            Value(element);
+            m_indented = false;
+            if (++index == size) {
+                CommentAfter(element);
+                break;
+            }
+            m_out += ',';
+            CommentAfter(element);
+        }
+        --m_depth;
+        WithIndent("]");
+    }
+
+    void Object(const Json::Value& value) {
+        auto it = value.begin();
+        const auto last = value.end();
+        if (it == last) {
+            m_out += "{}";
+            return;
+        }
+        WithIndent("{");
+        ++m_depth;
+        for (;;) {
+            const Json::Value& member = *it;
+            CommentBefore(member);
+            const char* nameEnd = nullptr;
+            const char* name = it.memberName(&nameEnd);
+            if (!m_indented) NewLine();
+            Quoted(name, nameEnd);
+            m_indented = false;
+            m_out += " : ";
+            Value(member);
+            if (++it == last) {
+                CommentAfter(member);
+                break;
+            }
+            m_out += ',';
+            CommentAfter(member);
+        }
+        --m_depth;
+        WithIndent("}");
+    }
+
+    static const Json::Value& NullValue() {
+        static const Json::Value& null = *new Json::Value();
+        return null;
+    }
+
+    template <typename Number>
+    void Integer(Number number) {
+        char digits[24];
+        const std::to_chars_result written = std::to_chars(digits, digits + sizeof digits, number);
+        m_out.append(digits, static_cast<size_t>(written.ptr - digits));
+    }
+
+    void NewLine() {
+        m_out += '\n';
+        m_out.append(m_depth, '\t');
+    }
+
+    void WithIndent(std::string_view text) {
+        if (!m_indented) NewLine();
+        m_out += text;
+        m_indented = false;
+    }
+
+    void CommentBefore(const Json::Value& value) {
+        if (!value.hasComment(Json::commentBefore)) return;
+        if (!m_indented) NewLine();
+        const std::string comment = value.getComment(Json::commentBefore);
+        for (size_t i = 0; i < comment.size(); ++i) {
+            m_out += comment[i];
+            if (comment[i] == '\n' && i + 1 < comment.size() && comment[i + 1] == '/') {
+                m_out.append(m_depth, '\t');
+            }
+        }
+        m_indented = false;
+    }
+
+    void CommentAfter(const Json::Value& value) {
+        if (value.hasComment(Json::commentAfterOnSameLine)) {
+            m_out += ' ';
+            m_out += value.getComment(Json::commentAfterOnSameLine);
+        }
+        if (value.hasComment(Json::commentAfter)) {
+            NewLine();
+            m_out += value.getComment(Json::commentAfter);
+        }
+    }
+
+    // A string with everything but printable ASCII escaped.
+    void Quoted(const char* at, const char* end) {
+        m_out += '"';
+        while (at < end) {
+            const char* run = at;
+            while (at < end && *at >= 0x20 && *at != '"' && *at != '\\') ++at;
+            m_out.append(run, static_cast<size_t>(at - run));
+            if (at == end) break;
+            switch (*at) {
+                case '"':
+                    m_out += "\\\"";
+                    break;
+                case '\\':
+                    m_out += "\\\\";
+                    break;
+                case '\b':
+                    m_out += "\\b";
+                    break;
+                case '\f':
+                    m_out += "\\f";
+                    break;
+                case '\n':
+                    m_out += "\\n";
+                    break;
+                case '\r':
+                    m_out += "\\r";
+                    break;
+                case '\t':
+                    m_out += "\\t";
+                    break;
+                default: {
+                    const uint32_t point = CodePoint(at, end);
+                    if (point >= 0x20 && point <= 0x7F) {
+                        m_out += static_cast<char>(point);
+                    } else if (point < 0x10000) {
+                        Unit(point);
+                    } else {
+                        // Beyond U+10FFFF (a lead byte of 0xF4 and above) the
+                        // high unit keeps ten bits, as jsoncpp's does.
+                        Unit(0xD800 + (((point - 0x10000) >> 10) & 0x3FF));
+                        Unit(0xDC00 + ((point - 0x10000) & 0x3FF));
+                    }
+                }
+            }
+            ++at;
+        }
+        m_out += '"';
+    }
+
+    void Unit(uint32_t unit) {
+        static const char kHex[] = "0123456789abcdef";
+        const char escaped[] = {'\\', 'u', kHex[(unit >> 12) & 0xF], kHex[(unit >> 8) & 0xF],
+                                kHex[(unit >> 4) & 0xF], kHex[unit & 0xF]};
+        m_out.append(escaped, sizeof escaped);
+    }
+
+    // The code point of the UTF-8 sequence at `at` (a control character or a
+    // byte of 0x80 and above), leaving `at` on its last byte. Only the lead
+    // byte is checked: a sequence cut short by the end, a surrogate, an
+    // overlong form or a lead byte of 0xF8 and above gives U+FFFD and moves
+    // on by one byte.
+    static uint32_t CodePoint(const char*& at, const char* end) {
+        constexpr uint32_t kReplacement = 0xFFFD;
+        const uint32_t lead = static_cast<unsigned char>(*at);
+        auto next = [&](ptrdiff_t i) { return static_cast<uint32_t>(at[i]) & 0x3F; };
+        if (lead < 0x80) return lead;
+        if (lead < 0xE0) {
+            if (end - at < 2) return kReplacement;
+            const uint32_t point = ((lead & 0x1F) << 6) | next(1);
+            at += 1;
+            return point < 0x80 ? kReplacement : point;
+        }
+        if (lead < 0xF0) {
+            if (end - at < 3) return kReplacement;
+            const uint32_t point = ((lead & 0x0F) << 12) | (next(1) << 6) | next(2);
+            at += 2;
+            if (point >= 0xD800 && point <= 0xDFFF) return kReplacement;
+            return point < 0x800 ? kReplacement : point;
+        }
+        if (lead < 0xF8) {
+            if (end - at < 4) return kReplacement;
+            const uint32_t point =
+                ((lead & 0x07) << 18) | (next(1) << 12) | (next(2) << 6) | next(3);
+            at += 3;
+            return point < 0x10000 ? kReplacement : point;
+        }
+        return kReplacement;
+    }
+
+    std::string& m_out;
+    size_t m_depth = 0;
+    bool m_indented = true;
+};
+
 void Write(const Json::Value& value, std::string& out) {
     WholeText text(out);
     Writer<WholeText>(text, /*redact=*/false).Value(value);
@@ -459,8 +926,8 @@ void Write(const Json::Value& value, std::string& out) {
 
 bool ParseJson(std::string_view text, Json::Value& value) { return Reader(text).Document(value); }
 
-bool ParseJsonMembers(std::string_view text, JsonMemberVisitor visit, void* context) {
-    return Reader(text).Members(visit, context);
+bool ReadRequestText(std::string_view text, RequestRecord& call, bool withPayload) {
+    return Reader(text).Request(call, withPayload);
 }
 
 void AppendJson(const Json::Value& value, std::string& out) { Write(value, out); }
@@ -474,6 +941,69 @@ size_t AppendRedactedJson(const Json::Value& value, size_t limit, std::string& o
     BoundedText bounded(out, out.size() + limit);
     Writer<BoundedText>(bounded, /*redact=*/true).Value(value);
     return bounded.Omitted();
+}
+
+void AppendEnvelope(bool success, const Json::Value& answer, std::string& out) {
+    WholeText text(out);
+    Writer<WholeText> writer(text, /*redact=*/false);
+    // The envelope's own members, in name order; each goes in before the
+    // first of the answer's members whose name sorts after it.
+    struct Own {
+        std::string_view name;
+        bool fromAnswer;  // the answer's member of that name stands instead
+    };
+    const bool isObject = answer.isObject();
+    auto has = [&](std::string_view name) {
+        return isObject && answer.find(name.data(), name.data() + name.size()) != nullptr;
+    };
+    const Own own[] = {{key::kData, has(key::kData)},
+                       {key::kMessage, has(key::kMessage)},
+                       {key::kSuccess, false}};
+    size_t next = 0;
+    bool first = true;
+    auto comma = [&] {
+        if (!first) text.Put(',');
+        first = false;
+    };
+    auto writeOwn = [&](std::string_view name) {
+        comma();
+        writer.String(name.data(), name.data() + name.size());
+        text.Put(':');
+        if (name == key::kSuccess) {
+            text.Put(success ? "true" : "false", success ? 4 : 5);
+        } else if (name == key::kMessage) {
+            const std::string_view message = success ? "success" : "failed";
+            writer.String(message.data(), message.data() + message.size());
+        } else {
+            text.Put("null", 4);
+        }
+    };
+    text.Put('{');
+    if (isObject) {
+        for (auto it = answer.begin(), last = answer.end(); it != last; ++it) {
+            const char* nameEnd = nullptr;
+            const char* nameBegin = it.memberName(&nameEnd);
+            const std::string_view name(nameBegin, static_cast<size_t>(nameEnd - nameBegin));
+            for (; next < std::size(own) && own[next].name < name; ++next) {
+                if (!own[next].fromAnswer) writeOwn(own[next].name);
+            }
+            if (name == key::kSuccess) continue;  // the envelope's success stands
+            comma();
+            writer.String(nameBegin, nameEnd);
+            text.Put(':');
+            writer.Value(*it);
+        }
+    }
+    for (; next < std::size(own); ++next) {
+        if (!own[next].fromAnswer) writeOwn(own[next].name);
+    }
+    text.Put('}');
+}
+
+std::string StyledJson(const Json::Value& value) {
+    std::string out;
+    StyledWriter(out).Document(value);
+    return out;
 }
 
 std::string CompactJson(const Json::Value& value) {

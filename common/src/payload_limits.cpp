@@ -1,7 +1,9 @@
 #include "payload_limits.h"
 
-#include <new>
-#include <type_traits>
+#include <cstring>
+#include <string_view>
+
+#include "answer.h"
 
 namespace moxh5::detail {
 namespace {
@@ -9,15 +11,7 @@ namespace {
 // What the walk has counted so far.
 class Tally {
 public:
-    // Counts one value of type `type` and the text it carries; false past a bound.
-    bool Add(const Json::Value& value, Json::ValueType type) {
-        const char* begin = nullptr;
-        const char* end = nullptr;
-        if (type == Json::stringValue && value.getString(&begin, &end)) {
-            return AddText(begin, end) && AddValue();
-        }
-        return AddValue();
-    }
+    bool AddValue() { return ++m_values <= kMaxPayloadValues; }
 
     bool AddText(const char* begin, const char* end) {
         if (!begin || !end) return true;
@@ -25,60 +19,77 @@ public:
         return m_textBytes <= kMaxPayloadTextBytes;
     }
 
-private:
-    bool AddValue() { return ++m_values <= kMaxPayloadValues; }
+    // Counts one value of type `type`, and the text of a string.
+    bool Add(const Json::Value& value, Json::ValueType type) {
+        if (type == Json::stringValue) {
+            const char* begin = nullptr;
+            const char* end = nullptr;
+            if (value.getString(&begin, &end) && !AddText(begin, end)) return false;
+        }
+        return AddValue();
+    }
 
+private:
     size_t m_values = 0;
     size_t m_textBytes = 0;
 };
 
+bool Named(const char* name, const char* end, std::string_view wanted) {
+    return static_cast<size_t>(end - name) == wanted.size() &&
+           std::memcmp(name, wanted.data(), wanted.size()) == 0;
+}
+
+// Walks the members of the container `value` (of type `type`), which sits
+// `depth` containers deep, noting the members of the top level in `members`
+// when given. Scalars are counted here; recursion, only into containers, ends
+// at kMaxJsonDepth, which bounds the stack it takes.
+bool WalkMembers(const Json::Value& value, Json::ValueType type, int depth, Tally& tally,
+                 PayloadMembers* members) noexcept {
+    if (depth == kMaxJsonDepth) return false;
+    const bool named = type == Json::objectValue;
+    // Counting the members down is cheaper than comparing iterators.
+    Json::ArrayIndex left = value.size();
+    if (left == 0) return true;
+    for (Json::ValueConstIterator at = value.begin();; ++at) {
+        const Json::Value& member = *at;
+        if (named) {
+            const char* nameEnd = nullptr;
+            const char* name = at.memberName(&nameEnd);
+            if (!tally.AddText(name, nameEnd)) return false;
+            if (members && name) {
+                if (Named(name, nameEnd, key::kMethod)) members->method = &member;
+                if (Named(name, nameEnd, key::kParams)) members->params = &member;
+            }
+        }
+        const Json::ValueType memberType = member.type();
+        if (!tally.Add(member, memberType)) return false;
+        if ((memberType == Json::arrayValue || memberType == Json::objectValue) &&
+            !WalkMembers(member, memberType, depth + 1, tally, nullptr)) {
+            return false;
+        }
+        if (--left == 0) return true;
+    }
+}
+
+bool Walk(const Json::Value& payload, Tally& tally, PayloadMembers* members) noexcept {
+    const Json::ValueType type = payload.type();
+    if (!tally.Add(payload, type)) return false;
+    return (type != Json::arrayValue && type != Json::objectValue) ||
+           WalkMembers(payload, type, 0, tally, members);
+}
+
 }  // namespace
 
 bool PayloadWithinLimits(const Json::Value& payload) noexcept {
-    // One frame per open container: where its walk stands and how many
-    // members are left (counting down is cheaper than comparing iterators).
-    struct Frame {
-        Json::ValueConstIterator at;
-        Json::ArrayIndex left;
-        bool named;  // an object's members, whose names count as text
-    };
-    static_assert(std::is_trivially_destructible_v<Frame>, "frames are never destroyed");
-    // Frames are built only as containers open: building all of them up
-    // front would cost more than walking a typical payload.
-    union Slot {
-        Slot() {}
-        Frame frame;
-    } slots[kMaxJsonDepth];
-    int depth = 0;
     Tally tally;
-    const Json::Value* next = &payload;
-    while (next) {
-        const Json::ValueType type = next->type();
-        if (!tally.Add(*next, type)) return false;
-        if (type == Json::arrayValue || type == Json::objectValue) {
-            if (depth == kMaxJsonDepth) return false;
-            if (const Json::ArrayIndex size = next->size()) {
-                new (&slots[depth++].frame)
-                    Frame{next->begin(), size, type == Json::objectValue};
-            }
-        }
-        next = nullptr;
-        while (depth > 0 && !next) {
-            Frame& frame = slots[depth - 1].frame;
-            if (frame.left == 0) {
-                --depth;
-                continue;
-            }
-            if (frame.named) {
-                const char* nameEnd = nullptr;
-                const char* name = frame.at.memberName(&nameEnd);
-                if (!tally.AddText(name, nameEnd)) return false;
-            }
-            next = &*frame.at;
-            ++frame.at;
-            --frame.left;
-        }
-    }
+    return Walk(payload, tally, nullptr);
+}
+
+bool PayloadWithinLimits(const Json::Value& payload, PayloadMembers& members) noexcept {
+    Tally tally;
+    PayloadMembers found;
+    if (!Walk(payload, tally, &found)) return false;
+    members = found;
     return true;
 }
 

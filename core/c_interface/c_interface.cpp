@@ -9,12 +9,15 @@
 #include <new>
 #include <thread>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/c_interface/c_host_adapter.h"
 #include "diagnostics.h"
 #include "json_text.h"
 #include "no_throw.h"
+#include "core/dispatch/params.h"
+#include "payload_limits.h"
 #include "core/delivery/pending_work.h"
 #include "moxh5/module_manager.h"
 #include "moxh5/moxh5_c.h"
@@ -43,9 +46,7 @@ struct moxh5_host {
 
 namespace {
 
-using moxh5::detail::CompactJson;
 using moxh5::detail::ParseJson;
-using moxh5::detail::ParseJsonMembers;
 
 // The one host of the process. `g_live` is set by create before the host's
 // number is published in `g_current`, and freed by destroy only after
@@ -118,68 +119,34 @@ int NotCurrent(const char* function) {
                 "the host handle is not the live host (destroyed, or never created)");
 }
 
-// A copy of `text` in memory that moxh5_free releases.
-char* HandOut(const std::string& text) {
+// `value` as compact JSON text, in memory that moxh5_free releases.
+char* HandOut(const Json::Value& value) {
+    std::string text;
+    moxh5::detail::AppendJson(value, text);
     char* copy = static_cast<char*>(std::malloc(text.size() + 1));
     if (!copy) throw std::bad_alloc();
     std::memcpy(copy, text.c_str(), text.size() + 1);
     return copy;
 }
 
-// One call's record, read from a request or page text. It owns the worker id
-// that the record points at.
-struct ReadCall {
-    mox_h5_module_data data;
-    std::string workerid;
-    bool hasWorkerid = false;
-    std::string problem;  // why the text was refused, when a member was wrong
-};
-
-// Reads a member of the request; absent or null members keep their defaults,
-// members of other names are ignored.
-bool ReadMember(void* context, const std::string& key, Json::Value& value) {
-    ReadCall& call = *static_cast<ReadCall*>(context);
-    mox_h5_module_data& data = call.data;
-    if (key == "payload") {
-        data.payload.swap(value);
-        return true;
-    }
-    if (value.isNull()) return true;
-    if (key == "mallcsid" || key == "callbackid" || key == "workerid") {
-        if (!value.isString()) {
-            call.problem = "member \"" + key + "\" must be a string or null";
-            return false;
-        }
-        if (key == "workerid") call.hasWorkerid = true;
-        (key == "mallcsid"     ? data.mallcsid
-         : key == "callbackid" ? data.callbackid
-                               : call.workerid) = value.asString();
-    } else if (key == "isWorker") {
-        if (!value.isBool()) {
-            call.problem = "member \"isWorker\" must be a boolean or null";
-            return false;
-        }
-        data.isWorker = value.asBool();
-    } else if (key == "webindex") {
-        if (!value.isInt()) {
-            call.problem = "member \"webindex\" must be a 32-bit integer or null";
-            return false;
-        }
-        data.webindex = value.asInt();
-    }
-    return true;
-}
-
-bool ReadRequest(const char* text, ReadCall& call) {
-    if (!ParseJsonMembers(text, &ReadMember, &call)) {
+// Reads a request or page text into `call`; the payload only when wanted (a
+// page text's is checked and skipped).
+bool ReadRequest(std::string_view text, moxh5::detail::RequestRecord& call,
+                 bool withPayload = true) {
+    if (!moxh5::detail::ReadRequestText(text, call, withPayload)) {
         if (call.problem.empty()) {
             call.problem = "not a JSON object (or nested deeper than 128 levels)";
         }
         return false;
     }
-    call.data.workerid = call.hasWorkerid ? call.workerid.c_str() : nullptr;
     call.data.configCallback = MoxModuleManager::GetInstance()->GetConfigCallback();
     return true;
+}
+
+// Whether the payload read from `text` is known to keep within the payload
+// bounds without a walk (see ReadRequestText).
+bool ShortEnough(std::string_view text) {
+    return text.size() <= moxh5::detail::kMaxPayloadValues;
 }
 
 // The configuration callable the manager keeps: it asks whichever host is
@@ -345,15 +312,19 @@ int MOXH5_CALL moxh5_execute(moxh5_host* host, const char* module, const char* r
         if (!answer_json) return NullArgument(kFunction, "answer_json");
         const Inside inside(host);
         if (!inside.Current()) return NotCurrent(kFunction);
-        ReadCall call;
-        if (!ReadRequest(request_json, call)) {
+        const std::string_view text(request_json);
+        moxh5::detail::RequestRecord call;
+        if (!ReadRequest(text, call)) {
             return Fail(MOXH5_ERROR_JSON, kFunction, "request_json: " + call.problem);
         }
         g_started = true;
         Json::Value answer(Json::objectValue);
+        const std::string moduleName(module);
         const auto [registered, handled] =
-            MoxModuleManager::GetInstance()->Execute(module, call.data, answer);
-        *answer_json = HandOut(CompactJson(answer));
+            ShortEnough(text)
+                ? moxh5::detail::ExecuteWithinLimits(moduleName, call.data, call.members, answer)
+                : MoxModuleManager::GetInstance()->Execute(moduleName, call.data, answer);
+        *answer_json = HandOut(answer);
         *outcome = (registered ? MOXH5_REGISTERED : 0u) | (handled ? MOXH5_HANDLED : 0u);
         return MOXH5_OK;
     });
@@ -367,12 +338,19 @@ int MOXH5_CALL moxh5_exist(moxh5_host* host, const char* request_json, int* exis
         if (!exists) return NullArgument(kFunction, "exists");
         const Inside inside(host);
         if (!inside.Current()) return NotCurrent(kFunction);
-        ReadCall call;
-        if (!ReadRequest(request_json, call)) {
+        const std::string_view text(request_json);
+        moxh5::detail::RequestRecord call;
+        if (!ReadRequest(text, call)) {
             return Fail(MOXH5_ERROR_JSON, kFunction, "request_json: " + call.problem);
         }
         g_started = true;
-        *exists = MoxModuleManager::GetInstance()->Exist(call.data) ? 1 : 0;
+        if (ShortEnough(text)) {
+            // Within the bounds already: Exist need not walk the payload.
+            const moxh5::detail::DispatchedPayload read(call.data.payload, call.members);
+            *exists = MoxModuleManager::GetInstance()->Exist(call.data) ? 1 : 0;
+        } else {
+            *exists = MoxModuleManager::GetInstance()->Exist(call.data) ? 1 : 0;
+        }
         return MOXH5_OK;
     });
 }
@@ -385,8 +363,8 @@ int MOXH5_CALL moxh5_answer_page(moxh5_host* host, const char* page_json, int su
         if (!page_json) return NullArgument(kFunction, "page_json");
         const Inside inside(host);
         if (!inside.Current()) return NotCurrent(kFunction);
-        ReadCall page;
-        if (!ReadRequest(page_json, page)) {
+        moxh5::detail::RequestRecord page;
+        if (!ReadRequest(page_json, page, /*withPayload=*/false)) {
             return Fail(MOXH5_ERROR_JSON, kFunction, "page_json: " + page.problem);
         }
         Json::Value answer;

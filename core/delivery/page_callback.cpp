@@ -1,15 +1,13 @@
 #include "moxh5/page_callback.h"
 
-#include <optional>
-
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "diagnostics.h"
 #include "json_text.h"
 #include "no_throw.h"
-#include "core/delivery/page_delivery.h"
 #include "core/policy/page_policy.h"
 #include "core/delivery/pending_work.h"
 #include "core/delivery/serving_page.h"
+#include "core/delivery/page_delivery.h"
 #include "mox_json.h"
 #include "moxh5/module_manager.h"
 
@@ -20,10 +18,14 @@ using moxh5::detail::CatchAll;
 using moxh5::detail::Claim;
 namespace key = moxh5::key;
 
-// The answer wrapped in the envelope, or nothing when the answer is neither an
-// object nor null (an array or a scalar cannot carry the envelope's members).
-std::optional<Json::Value> BuildEnvelope(bool success, const Json::Value& answer) {
-    if (!answer.isObject() && !answer.isNull()) return std::nullopt;
+// Whether the answer can carry the envelope's members (an array or a scalar
+// cannot).
+bool FitsEnvelope(const Json::Value& answer) { return answer.isObject() || answer.isNull(); }
+
+// The answer wrapped in the envelope, as a value: built only for the trace
+// line; the page's text is written straight from the answer
+// (AppendEnvelope), without this copy.
+Json::Value EnvelopeOf(bool success, const Json::Value& answer) {
     Json::Value envelope = answer.isNull() ? Json::Value(Json::objectValue) : answer;
     envelope[key::kSuccess] = success;
     if (!envelope.isMember(key::kMessage)) envelope[key::kMessage] = success ? "success" : "failed";
@@ -35,11 +37,12 @@ bool FlagIsSet(const Json::Value& answer, const char* name, const char* caller) 
     return mox_json::GetJsonValueToBool(answer, name, caller);
 }
 
-// The answer as its trace (priority 600) shows it; not written when the line
-// is not kept.
-std::string LoggedAnswer(const Json::Value& envelope) {
-    return CMoxLog::IsEnabled(LOG_PRIORITY_INFO) ? moxh5::detail::LogJsonText(envelope)
-                                                 : std::string();
+// The envelope as its trace (priority 600) shows it; not written when the
+// line is not kept.
+std::string LoggedAnswer(bool success, const Json::Value& answer) {
+    return CMoxLog::IsEnabled(LOG_PRIORITY_INFO)
+               ? moxh5::detail::LogJsonText(EnvelopeOf(success, answer))
+               : std::string();
 }
 
 MoxPageIdentity MakeIdentity(bool isWorker, int webindex, const std::string& mallcsid,
@@ -94,10 +97,10 @@ private:
 // line and the host's page callback.
 void Deliver(IH5ActionImplCallBack* callback, const Claim& claim, bool isWorker, bool success,
              int webindex, const std::string& mallcsid, const std::string& callbackid,
-             const std::string& workerid, const Json::Value& answer,
-             const Json::Value& envelope) {
+             const std::string& workerid, const Json::Value& answer) {
     if (!Admitted(claim, success, answer)) return;
-    const std::string text = moxh5::detail::CompactJson(envelope);
+    std::string text;
+    moxh5::detail::AppendEnvelope(success, answer, text);
     const moxh5::detail::ServingPageScope serving(isWorker, webindex, mallcsid, callbackid,
                                                   workerid);
     if (isWorker) {
@@ -105,12 +108,12 @@ void Deliver(IH5ActionImplCallBack* callback, const Claim& claim, bool isWorker,
                 "[MoxH5] Worker Jscallback mallcsid[%s] webindex[%d] workerid[%s], callbackid[%s], "
                 "data[%s]",
                 mallcsid.c_str(), webindex, workerid.c_str(), callbackid.c_str(),
-                LoggedAnswer(envelope).c_str());
+                LoggedAnswer(success, answer).c_str());
         if (callback) callback->WorkerJsCallback(mallcsid, webindex, callbackid, text);
     } else {
         MOX_LOG(LOG_PRIORITY_INFO, "doCallBackToRender",
                 "[MoxH5] Render Jscallback mallcsid[%s] webindex[%d], callId[%s], data[%s]",
-                mallcsid.c_str(), webindex, callbackid.c_str(), LoggedAnswer(envelope).c_str());
+                mallcsid.c_str(), webindex, callbackid.c_str(), LoggedAnswer(success, answer).c_str());
         if (callback) callback->RenderJsCallback(mallcsid, webindex, callbackid, text);
     }
 }
@@ -162,15 +165,13 @@ void AnswerByKey(IH5ActionImplCallBack* callback, bool isWorker, bool success, i
                  const std::string& mallcsid, const std::string& callbackid,
                  const std::string& workerid, const Json::Value& answer) {
     if (StaysSilent(isWorker, webindex, mallcsid, callbackid, workerid, answer)) return;
-    const std::optional<Json::Value> envelope = BuildEnvelope(success, answer);
-    if (!envelope) return;
+    if (!FitsEnvelope(answer)) return;
     Claim claim = moxh5::detail::ClaimByKey(isWorker, webindex, workerid, callbackid);
     if (claim.outcome != AnswerOutcome::kDeliver) {
         claim.page = MakeIdentity(isWorker, webindex, mallcsid, callbackid, workerid);
     }
     const ClaimScope scope(claim);
-    Deliver(callback, claim, isWorker, success, webindex, mallcsid, callbackid, workerid, answer,
-            *envelope);
+    Deliver(callback, claim, isWorker, success, webindex, mallcsid, callbackid, workerid, answer);
 }
 
 IH5ActionImplCallBack* InstalledCallback() {
@@ -204,8 +205,7 @@ namespace moxh5::detail {
 
 AnswerOutcome AnswerWork(uint64_t ticket, bool success, const Json::Value& answer) noexcept {
     return CatchAll("AnswerWork", AnswerOutcome::kUnknown, [&] {
-        const std::optional<Json::Value> envelope = BuildEnvelope(success, answer);
-        if (!envelope) return AnswerOutcome::kUnknown;
+        if (!FitsEnvelope(answer)) return AnswerOutcome::kUnknown;
         const Claim claim = ClaimByTicket(ticket);
         const ClaimScope scope(claim);
         // The page is the recorded one, whatever the caller holds.
@@ -213,7 +213,7 @@ AnswerOutcome AnswerWork(uint64_t ticket, bool success, const Json::Value& answe
         if (claim.outcome != AnswerOutcome::kDeliver ||
             !StaysSilent(p.isWorker, p.webindex, p.mallcsid, p.callbackid, p.workerid, answer)) {
             Deliver(MoxModuleManager::GetInstance()->GetCallback(), claim, p.isWorker, success,
-                    p.webindex, p.mallcsid, p.callbackid, p.workerid, answer, *envelope);
+                    p.webindex, p.mallcsid, p.callbackid, p.workerid, answer);
         }
         return claim.outcome;
     });

@@ -14,7 +14,7 @@
 #include <unordered_set>
 #include <utility>
 
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "diagnostics.h"
 #include "no_throw.h"
 #include "core/policy/page_policy.h"
@@ -37,8 +37,19 @@ struct PageKey {
     }
 };
 
+// FNV-1a: page ids are short, and every new call hashes one (NoteNewCall),
+// so the hash runs inline.
+size_t HashText(std::string_view text) noexcept {
+    uint64_t h = 14695981039346656037ull;
+    for (const char c : text) {
+        h ^= static_cast<unsigned char>(c);
+        h *= 1099511628211ull;
+    }
+    return static_cast<size_t>(h);
+}
+
 size_t HashOf(bool isWorker, int32_t webindex, std::string_view workerid) noexcept {
-    const size_t h = isWorker ? std::hash<std::string_view>()(workerid) : 0;
+    const size_t h = isWorker ? HashText(workerid) : 0;
     return h * 31 + static_cast<size_t>(webindex) * 2 + (isWorker ? 1 : 0);
 }
 
@@ -60,7 +71,7 @@ struct AnswerKey {
 size_t HashOf(bool isWorker, int32_t webindex, std::string_view workerid,
               std::string_view callbackid) noexcept {
     return HashOf(isWorker, webindex, isWorker ? workerid : std::string_view()) * 131 +
-           std::hash<std::string_view>()(callbackid);
+           HashText(callbackid);
 }
 
 struct AnswerKeyHash {
@@ -380,16 +391,27 @@ void FinishClaim(const Claim& claim) noexcept {
     CatchAll("FinishClaim", [&] { TheRegistry().Finish(claim); });
 }
 
-void NoteNewCall(const mox_h5_module_data& call) noexcept {
-    const std::string_view workerid = call.workerid ? call.workerid : "";
-    if (!TheRegistry().MayMatter(
-            HashOf(call.isWorker, call.webindex, workerid, call.callbackid))) {
-        return;
-    }
+// NoteNewCall's rare part, kept out of line so that the common call stays
+// small.
+#if defined(__GNUC__) || defined(__clang__)
+__attribute__((noinline))
+#endif
+static void ForgetForNewCall(const mox_h5_module_data& call, std::string_view workerid) noexcept {
     CatchAll("NoteNewCall", [&] {
         TheRegistry().NewCall(AnswerKey{
             PageKey(call.isWorker, call.webindex, std::string(workerid)), call.callbackid});
     });
+}
+
+void NoteNewCall(const mox_h5_module_data& call) noexcept {
+    // Render pages have no worker id: their key never reads it.
+    const std::string_view workerid =
+        call.isWorker && call.workerid ? std::string_view(call.workerid) : std::string_view();
+    if (!TheRegistry().MayMatter(
+            HashOf(call.isWorker, call.webindex, workerid, call.callbackid))) {
+        return;
+    }
+    ForgetForNewCall(call, workerid);
 }
 
 size_t CloseWorkOf(bool isWorker, int32_t webindex, const std::string& workerid) noexcept {

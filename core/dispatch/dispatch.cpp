@@ -1,9 +1,12 @@
 #include "core/dispatch/dispatch.h"
 
+#include <memory>
+
 #include "WorkbenchReport.h"
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "diagnostics.h"
 #include "core/policy/page_policy.h"
+#include "core/dispatch/params.h"
 #include "mox_json.h"
 
 namespace moxh5::detail {
@@ -13,20 +16,34 @@ void LogFalseIn(const CallSite& site) {
                  site.function, site.line);
 }
 
-bool ReadCallMethod(const mox_module_data* data, const CallSite& site, std::string& method) {
-    if (!data || !mox_json::GetJsonValueToString(data->payload, key::kMethod, method, site.function,
-                                                 /*required=*/true, /*keep_default=*/false)) {
+bool ReadCallMethod(const mox_module_data* data, const CallSite& site, std::string_view& method) {
+    if (!data) {
         LogFalseIn(site);
         return false;
     }
-    return true;
+    const PayloadMembers* checked = DispatchedPayload::MembersOf(data->payload);
+    const Json::Value* found = checked ? checked->method : FindMember(data->payload, key::kMethod);
+    const char* begin = nullptr;
+    const char* end = nullptr;
+    // getString answers false for every value but a string.
+    if (found && found->getString(&begin, &end)) {
+        method = std::string_view(begin, static_cast<size_t>(end - begin));
+        return true;
+    }
+    // The getter writes the line that says what is wrong with the member.
+    std::string unread;
+    mox_json::GetJsonValueToString(data->payload, key::kMethod, unread, site.function,
+                                   /*required=*/true, /*keep_default=*/false);
+    LogFalseIn(site);
+    return false;
 }
 
-bool RefuseUnknownMethod(const std::string& method, bool logIt, const CallSite& site,
+bool RefuseUnknownMethod(std::string_view method, bool logIt, const CallSite& site,
                          Json::Value& answer) {
     if (logIt) {
         WriteLogLine(LOG_PRIORITY_ERROR, site.file, site.line, site.function,
-                     "[MoxH5] Failed to find method %s", method.c_str());
+                     "[MoxH5] Failed to find method %.*s", static_cast<int>(method.size()),
+                     method.data());
     }
     answer[key::kMessage] = text::kInvalidMethod;
     answer[key::kSupport] = false;
@@ -36,12 +53,12 @@ bool RefuseUnknownMethod(const std::string& method, bool logIt, const CallSite& 
 namespace {
 
 // Whether the page policy denies the caller a method the worker serves.
-bool PolicyDenies(std::string_view module, const mox_module_data& data, const std::string& method,
+bool PolicyDenies(std::string_view module, const mox_module_data& data, std::string_view method,
                   const CallSite& site) {
     if (MethodPermitted(data, module, method)) return false;
     WriteLogLine(LOG_PRIORITY_WARNING, site.file, site.line, site.function,
-                 "[MoxH5] Page policy denied %.*s.%s", static_cast<int>(module.size()),
-                 module.data(), method.c_str());
+                 "[MoxH5] Page policy denied %.*s.%.*s", static_cast<int>(module.size()),
+                 module.data(), static_cast<int>(method.size()), method.data());
     return true;
 }
 
@@ -50,7 +67,7 @@ bool PolicyDenies(std::string_view module, const mox_module_data& data, const st
 bool DispatchPlain(std::string_view module, const PlainMethodMap& methods,
                    const mox_module_data* data, Json::Value& answer, const CallSite& site,
                    PlainDispatchRules rules) {
-    std::string method;
+    std::string_view method;
     if (!ReadCallMethod(data, site, method)) return false;
     if (rules.silenceRenderAnswers && !data->isWorker) answer[key::kNoNeedUnifyCallBack] = true;
     const PlainHandler* handler = FindHandler(methods, method);
@@ -62,29 +79,39 @@ namespace {
 
 constexpr int64_t kNativeMethodReportId = 91936;
 
-void ReportNativeDispatch(const std::string& method, bool isWorker) {
-    WorkbenchReport report(kNativeMethodReportId);
-    report.SetTags(
-        {{"kv_metric", "h5_native"}, {"method", method}, {"worker", isWorker ? "1" : "0"}});
-    report.Report();
-}
-
 // The method serving `method` for the caller's context, or null.
-const ContextMethod* FindContextMethod(const ContextMethodMap& methods, const std::string& method,
-                                       bool isWorker) {
+const ContextMethodMap::value_type* FindContextMethod(const ContextMethodMap& methods,
+                                                      std::string_view method, bool isWorker) {
     const auto it = methods.find(method);
     if (it == methods.end() || !it->second.slots[isWorker ? 1 : 0]) return nullptr;
-    return &it->second;
+    return &*it;
 }
 
 }  // namespace
 
+UsageReports::~UsageReports() {
+    for (std::atomic<const WorkbenchReport*>& built : m_built) delete built.load();
+}
+
+const WorkbenchReport& UsageReports::Build(const std::string& method, bool isWorker) const {
+    std::atomic<const WorkbenchReport*>& slot = m_built[isWorker ? 1 : 0];
+    auto report = std::make_unique<WorkbenchReport>(kNativeMethodReportId);
+    report->SetTag("kv_metric", "h5_native");
+    report->SetTag("method", method);
+    report->SetTag("worker", isWorker ? "1" : "0");
+    const WorkbenchReport* expected = nullptr;
+    if (slot.compare_exchange_strong(expected, report.get(), std::memory_order_acq_rel)) {
+        return *report.release();
+    }
+    return *expected;  // another thread built it first
+}
+
 bool DispatchByContext(std::string_view module, const ContextMethodMap& methods,
                        const mox_module_data* data, Json::Value& answer, const CallSite& site) {
-    std::string method;
+    std::string_view method;
     if (!ReadCallMethod(data, site, method)) return false;
-    const ContextMethod* found = FindContextMethod(methods, method, data->isWorker);
-    if (!found || PolicyDenies(module, *data, method, site)) {
+    const ContextMethodMap::value_type* entry = FindContextMethod(methods, method, data->isWorker);
+    if (!entry || PolicyDenies(module, *data, method, site)) {
         answer[key::kNoNeedUnifyCallBack] = true;
         return RefuseUnknownMethod(method, /*logIt=*/true, site, answer);
     }
@@ -92,19 +119,20 @@ bool DispatchByContext(std::string_view module, const ContextMethodMap& methods,
     // answer: setting it on every call for the handlers of unified methods to
     // take out again cost as much as the rest of the dispatch. Their answer is
     // an object all the same.
-    if (!found->unified) {
+    const ContextMethod& found = entry->second;
+    if (!found.unified) {
         answer[key::kNoNeedUnifyCallBack] = true;
     } else if (answer.isNull()) {
         answer = Json::Value(Json::objectValue);
     }
-    ReportNativeDispatch(method, data->isWorker);
-    return found->slots[data->isWorker ? 1 : 0](data, answer);
+    found.reports.Of(entry->first, data->isWorker).Report();
+    return found.slots[data->isWorker ? 1 : 0](data, answer);
 }
 
 bool DispatchWithCompletion(std::string_view module, const CompletionMethodMap& methods,
                             const mox_module_data* data, const std::function<bool()>& completion,
                             Json::Value& answer, const CallSite& site) {
-    std::string method;
+    std::string_view method;
     if (!ReadCallMethod(data, site, method)) {
         completion();
         return true;

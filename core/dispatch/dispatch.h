@@ -5,11 +5,13 @@
 #include <json/value.h>
 
 #include <array>
+#include <atomic>
 #include <functional>
 #include <map>
 #include <string>
 #include <string_view>
 
+#include "WorkbenchReport.h"
 #include "moxh5/records.h"
 
 namespace moxh5::detail {
@@ -19,8 +21,43 @@ using PlainHandler = std::function<bool(const mox_h5_module_data* data, Json::Va
 using CompletionHandler = std::function<bool(
     const mox_h5_module_data* data, const std::function<bool()>& completion, Json::Value& answer)>;
 
-using PlainMethodMap = std::map<std::string, PlainHandler>;
-using CompletionMethodMap = std::map<std::string, CompletionHandler>;
+// The order of a method table: shorter names first, names of one length by
+// their bytes. A lookup then mostly decides by length and compares text only
+// among names of the looked-up name's length. Looks up by a view as well.
+struct MethodNameOrder {
+    using is_transparent = void;
+    bool operator()(std::string_view a, std::string_view b) const noexcept {
+        return a.size() != b.size() ? a.size() < b.size() : a.compare(b) < 0;
+    }
+};
+
+// Method tables, looked up by the name as a view into the payload.
+using PlainMethodMap = std::map<std::string, PlainHandler, MethodNameOrder>;
+using CompletionMethodMap = std::map<std::string, CompletionHandler, MethodNameOrder>;
+// The usage report of one method, per context: the record is the same for
+// every call, so it is built the first time a context's call is reported and
+// sent as it is from then on (by any thread; the first build wins). A copy
+// starts empty and builds its own.
+class UsageReports {
+public:
+    UsageReports() = default;
+    UsageReports(const UsageReports&) {}
+    UsageReports& operator=(const UsageReports&) { return *this; }
+    ~UsageReports();
+
+    // The report of `method` (the name it is mapped under) from a worker page
+    // or a render page.
+    const WorkbenchReport& Of(const std::string& method, bool isWorker) const {
+        const WorkbenchReport* built = m_built[isWorker ? 1 : 0].load(std::memory_order_acquire);
+        return built ? *built : Build(method, isWorker);
+    }
+
+private:
+    const WorkbenchReport& Build(const std::string& method, bool isWorker) const;
+
+    mutable std::array<std::atomic<const WorkbenchReport*>, 2> m_built{};
+};
+
 // A method of a worker with a handler per context (the native module).
 struct ContextMethod {
     // Slot 0 serves render pages, slot 1 worker pages (the request's isWorker).
@@ -28,8 +65,10 @@ struct ContextMethod {
     // Whether the page hears the answer through the unified callback; the
     // answers of all other methods carry "NoNeedUnifyCallBack": true.
     bool unified = false;
+    // What a dispatch to it reports (DispatchByContext).
+    UsageReports reports{};
 };
-using ContextMethodMap = std::map<std::string, ContextMethod>;
+using ContextMethodMap = std::map<std::string, ContextMethod, MethodNameOrder>;
 
 // Where a log line comes from: a function text for the diagnostics.
 struct CallSite {
@@ -44,19 +83,21 @@ struct CallSite {
 void LogFalseIn(const CallSite& site);
 
 // Steps 1-2 of every Execute: a non-null request whose payload has a string
-// "method". On failure logs the "false in" line and returns false.
-bool ReadCallMethod(const mox_module_data* data, const CallSite& site, std::string& method);
+// "method", seen in place (valid while the request is). On failure logs the
+// JSON getter's line for the member, then the "false in" line, and returns
+// false.
+bool ReadCallMethod(const mox_module_data* data, const CallSite& site, std::string_view& method);
 
 // The answer for a method the worker does not serve: "message" "Invalid
 // method." and "support" false, after the line "[MoxH5] Failed to find method"
 // when `logIt`. Returns false, the result of such a call.
-bool RefuseUnknownMethod(const std::string& method, bool logIt, const CallSite& site,
+bool RefuseUnknownMethod(std::string_view method, bool logIt, const CallSite& site,
                          Json::Value& answer);
 
 // The handler mapped to `method`, or null when it is absent or empty.
 template <typename Handler>
-const Handler* FindHandler(const std::map<std::string, Handler>& methods,
-                           const std::string& method) {
+const Handler* FindHandler(const std::map<std::string, Handler, MethodNameOrder>& methods,
+                           std::string_view method) {
     const auto it = methods.find(method);
     return (it != methods.end() && it->second) ? &it->second : nullptr;
 }

@@ -1,7 +1,7 @@
 #include "core/dispatch/guard.h"
 
 #include "WorkbenchReport.h"
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "diagnostics.h"
 #include "core/dispatch/params.h"
 #include "moxh5/module_manager.h"

@@ -2,11 +2,39 @@
 
 #include <cstring>
 
-#include "core/dispatch/answer.h"
+#include "answer.h"
 
 namespace moxh5::detail {
+namespace {
+
+// Read on every dispatch: on ELF systems in the initial-exec model, a plain
+// load instead of a call to find the thread's block.
+#if defined(__ELF__) && (defined(__GNUC__) || defined(__clang__))
+#define MOX_FAST_TLS __attribute__((tls_model("initial-exec")))
+#else
+#define MOX_FAST_TLS
+#endif
+thread_local const DispatchedPayload* t_dispatched MOX_FAST_TLS = nullptr;
+
+}  // namespace
+
+DispatchedPayload::DispatchedPayload(const Json::Value& payload,
+                                     const PayloadMembers& members) noexcept
+    : m_payload(&payload), m_members(members), m_outer(t_dispatched) {
+    t_dispatched = this;
+}
+
+DispatchedPayload::~DispatchedPayload() { t_dispatched = m_outer; }
+
+const PayloadMembers* DispatchedPayload::MembersOf(const Json::Value& payload) noexcept {
+    const DispatchedPayload* dispatched = t_dispatched;
+    return dispatched && dispatched->m_payload == &payload ? &dispatched->m_members : nullptr;
+}
 
 const Json::Value* FindCallParams(const Json::Value& payload) {
+    if (const PayloadMembers* members = DispatchedPayload::MembersOf(payload)) {
+        return members->params;
+    }
     return FindMember(payload, key::kParams);
 }
 

@@ -1,10 +1,14 @@
 #include "moxh5/module_manager.h"
 
+#include <atomic>
+#include <cstring>
+#include <mutex>
 #include <optional>
 #include <string_view>
 #include <utility>
+#include <vector>
 
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "core/manager/builtin_modules.h"
 #include "diagnostics.h"
 #include "no_throw.h"
@@ -59,34 +63,97 @@ void LogEscapedException(const char* function, const Json::Value& payload,
 }
 
 // Whether the request's payload keeps within the bounds every call must
-// respect; logs the refusal otherwise. `what` names the call for the line.
-bool PayloadAccepted(const mox_h5_module_data& data, const char* function,
-                     const std::string& what) {
-    if (moxh5::detail::PayloadWithinLimits(data.payload)) return true;
+// respect, noting where its method and params are; logs the refusal
+// otherwise. `what` names the call for the line.
+bool PayloadAccepted(const mox_h5_module_data& data, const char* function, const std::string& what,
+                     moxh5::detail::PayloadMembers& members) {
+    if (moxh5::detail::PayloadWithinLimits(data.payload, members)) return true;
     MOX_LOG(LOG_PRIORITY_WARNING, function,
             "[MoxH5] Refused a call to %s: payload deeper than %d or beyond the size bounds",
             what.c_str(), moxh5::detail::kMaxJsonDepth);
     return false;
 }
 
-// The payload Execute checked and is dispatching on this thread: "canIUse"
-// asks Exist about the very request it carries, which needs no second walk.
-class CheckedPayloadScope {
-public:
-    explicit CheckedPayloadScope(const Json::Value& payload) noexcept : m_outer(t_current) {
-        t_current = &payload;
-    }
-    ~CheckedPayloadScope() { t_current = m_outer; }
-    CheckedPayloadScope(const CheckedPayloadScope&) = delete;
-    CheckedPayloadScope& operator=(const CheckedPayloadScope&) = delete;
+}  // namespace
 
-    static bool Covers(const Json::Value& payload) noexcept { return t_current == &payload; }
+namespace {
+
+using ModuleEntry = MoxModuleManager::ModuleEntry;
+
+// A manager's modules as a flat list for the lookup of every call: the
+// serving entry of each name, found by comparing a name's length before its
+// bytes (most names are told apart by length alone). Built by Create and
+// dropped by Register and the destructor (start-up calls and the end); a call
+// on a manager without one searches the registry itself.
+class ModuleIndex {
+public:
+    explicit ModuleIndex(const MoxModuleManager& manager) : m_manager(&manager) {
+        for (const auto& [name, entry] : manager.Modules()) {
+            // Equal names keep their order of registration: the last serves.
+            if (!m_entries.empty() && m_entries.back().name == name) {
+                m_entries.back().entry = &entry;
+            } else {
+                m_entries.push_back({name, &entry});
+            }
+        }
+    }
+
+    const MoxModuleManager* Manager() const { return m_manager; }
+
+    const ModuleEntry* Find(const std::string& name) const {
+        for (const Named& named : m_entries) {
+            if (named.name.size() == name.size() &&
+                std::memcmp(named.name.data(), name.data(), name.size()) == 0) {
+                return named.entry;
+            }
+        }
+        return nullptr;
+    }
 
 private:
-    static thread_local const Json::Value* t_current;
-    const Json::Value* m_outer;
+    struct Named {
+        std::string_view name;  // the registry's key
+        const ModuleEntry* entry;
+    };
+    const MoxModuleManager* m_manager;
+    std::vector<Named> m_entries;
 };
-thread_local const Json::Value* CheckedPayloadScope::t_current = nullptr;
+
+// The index in use: one manager's at a time (the process has one manager; test
+// fixtures make more). Indexes it replaced are kept, never freed, so that a
+// pointer read just before a replacement stays valid.
+std::atomic<const ModuleIndex*> g_index{nullptr};
+
+void ReplaceIndex(const ModuleIndex* index) noexcept {
+    static std::mutex& mutex = *new std::mutex;
+    static auto& replaced = *new std::vector<const ModuleIndex*>;
+    moxh5::detail::CatchAll("ReplaceIndex", [&] {
+        std::lock_guard<std::mutex> lock(mutex);
+        // Without memory to keep it, the old index is given up, still unfreed.
+        if (const ModuleIndex* old = g_index.exchange(index)) replaced.push_back(old);
+    });
+}
+
+// Drops the index when it is `manager`'s.
+void DropIndexOf(const MoxModuleManager* manager) noexcept {
+    const ModuleIndex* index = g_index.load();
+    if (index && index->Manager() == manager) ReplaceIndex(nullptr);
+}
+
+// The entry that serves `name`: the last registered under it. Equal names keep
+// their order of registration, so it sits just before the first greater name.
+const ModuleEntry* LastEntry(const MoxModuleManager::Registry& modules, const std::string& name) {
+    auto last = modules.upper_bound(name);
+    if (last == modules.begin()) return nullptr;
+    --last;
+    return last->first == name ? &last->second : nullptr;
+}
+
+const ModuleEntry* EntryOf(const MoxModuleManager& manager, const std::string& name) {
+    const ModuleIndex* index = g_index.load(std::memory_order_acquire);
+    if (index && index->Manager() == &manager) return index->Find(name);
+    return LastEntry(manager.Modules(), name);
+}
 
 }  // namespace
 
@@ -101,17 +168,23 @@ MoxModuleManager* CSingleton<MoxModuleManager>::GetInstance() {
 namespace {
 // Built as the library loads, so that the calls a host makes later never meet
 // a manager still to be built (and never the null of a failed first build).
-MoxModuleManager* const g_managerAtLoad = MoxModuleManager::GetInstance();
+extern MoxModuleManager* const g_managerAtLoad;
 }  // namespace
 
 MoxModuleManager* MoxModuleManager::GetInstance() noexcept {
+    // Once the library has loaded, the manager built then (every call asks).
+    if (MoxModuleManager* loaded = g_managerAtLoad) return loaded;
     return moxh5::detail::CatchAll("MoxModuleManager::GetInstance",
                                    static_cast<MoxModuleManager*>(nullptr),
                                    [] { return CSingleton<MoxModuleManager>::GetInstance(); });
 }
 
+namespace {
+MoxModuleManager* const g_managerAtLoad = MoxModuleManager::GetInstance();
+}  // namespace
+
 MoxModuleManager::MoxModuleManager() = default;
-MoxModuleManager::~MoxModuleManager() = default;
+MoxModuleManager::~MoxModuleManager() { DropIndexOf(this); }
 
 void MoxModuleManager::Init(IUserCenter* userCenter, IHttpBusinessMonitorCallBack* httpBizMonitor,
                             MoxConfigCallback configCallback) noexcept {
@@ -146,6 +219,7 @@ void MoxModuleManager::Register(const mox_source_info_t& info) noexcept {
         entry.execute_fn = info.execute_fn;
         entry.exist_fn = info.exist_fn;
         // multimap::emplace places an equal key after the existing ones.
+        DropIndexOf(this);
         m_modules.emplace(info.name, std::move(entry));
     });
 }
@@ -155,6 +229,10 @@ bool MoxModuleManager::Create() noexcept {
         for (auto& [name, entry] : m_modules) {
             if (!entry.worker && entry.create_fn) entry.worker = entry.create_fn();
         }
+        // Without memory for the index, calls search the registry itself.
+        ReplaceIndex(moxh5::detail::CatchAll("MoxModuleManager::Create",
+                                             static_cast<const ModuleIndex*>(nullptr),
+                                             [this] { return new ModuleIndex(*this); }));
         return true;
     });
 }
@@ -171,27 +249,31 @@ void MoxModuleManager::PageClosed(bool isWorker, int32_t webindex,
     });
 }
 
-const MoxModuleManager::ModuleEntry* MoxModuleManager::FindModule(const std::string& name) const {
-    const auto range = m_modules.equal_range(name);
-    if (range.first == range.second) return nullptr;
-    return &std::prev(range.second)->second;
-}
+namespace {
 
-std::tuple<bool, bool> MoxModuleManager::Execute(const std::string& name,
-                                                 const mox_module_data& data,
-                                                 Json::Value& answer) noexcept {
-    const ModuleEntry* entry = FindModule(name);
+// Execute on `entry`: with `checked`, the payload is known within the bounds
+// and its members noted; without, it is walked here first.
+std::tuple<bool, bool> ExecuteOn(const ModuleEntry* entry, const std::string& name,
+                                 const mox_module_data& data,
+                                 const moxh5::detail::PayloadMembers* checked,
+                                 Json::Value& answer) noexcept {
     if (!entry) return {false, false};
     if (!entry->execute_fn) return {true, false};
     moxh5::detail::NoteNewCall(data);
     try {
-        if (!PayloadAccepted(data, "MoxModuleManager::Execute", name)) {
+        moxh5::detail::PayloadMembers members;
+        if (checked) {
+            members = *checked;
+        } else if (!PayloadAccepted(data, "MoxModuleManager::Execute", name, members)) {
             answer[moxh5::key::kMessage] = moxh5::text::kInvalidParams;
             return {true, false};
         }
         // The copy keeps the worker alive for the length of the call.
         std::shared_ptr<IModuleWorker> worker = entry->worker;
-        const CheckedPayloadScope checked(data.payload);
+        // "canIUse" asks Exist about the very request it carries, which needs
+        // no second walk; the dispatch finds method and params where the walk
+        // saw them.
+        const moxh5::detail::DispatchedPayload dispatched(data.payload, members);
         const moxh5::detail::ServingPageScope serving(data);
         return {true, entry->execute_fn(std::move(worker), &data, answer)};
     } catch (const std::exception& e) {
@@ -201,6 +283,31 @@ std::tuple<bool, bool> MoxModuleManager::Execute(const std::string& name,
     }
     return {true, false};
 }
+
+}  // namespace
+
+const MoxModuleManager::ModuleEntry* MoxModuleManager::FindModule(const std::string& name) const {
+    return EntryOf(*this, name);
+}
+
+std::tuple<bool, bool> MoxModuleManager::Execute(const std::string& name,
+                                                 const mox_module_data& data,
+                                                 Json::Value& answer) noexcept {
+    return ExecuteOn(FindModule(name), name, data, nullptr, answer);
+}
+
+namespace moxh5::detail {
+
+std::tuple<bool, bool> ExecuteWithinLimits(const std::string& module,
+                                           const mox_h5_module_data& data,
+                                           const PayloadMembers& members,
+                                           Json::Value& answer) noexcept {
+    const MoxModuleManager* manager = MoxModuleManager::GetInstance();
+    if (!manager) return {false, false};
+    return ExecuteOn(EntryOf(*manager, module), module, data, &members, answer);
+}
+
+}  // namespace moxh5::detail
 
 bool MoxModuleManager::Exist(const mox_h5_module_data& data) noexcept {
     try {
@@ -214,8 +321,9 @@ bool MoxModuleManager::Exist(const mox_h5_module_data& data) noexcept {
 }
 
 bool MoxModuleManager::ExistUnguarded(const mox_h5_module_data& data) {
-    if (!CheckedPayloadScope::Covers(data.payload) &&
-        !PayloadAccepted(data, kExistFunction, "canIUse"))
+    moxh5::detail::PayloadMembers members;
+    if (!moxh5::detail::DispatchedPayload::MembersOf(data.payload) &&
+        !PayloadAccepted(data, kExistFunction, "canIUse", members))
         return false;
     const Json::Value* params = moxh5::detail::FindCallParams(data.payload);
     if (!params) {

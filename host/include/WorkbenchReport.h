@@ -51,7 +51,9 @@ public:
     void Report() const;
 
     // Installs the process-wide report sink; null restores the default.
-    // Returns the sink that was installed before.
+    // Returns the sink that was installed before, once no report uses it any
+    // more (so not from inside a sink's Send). Reports take no lock to reach
+    // the sink.
     static std::shared_ptr<IReportSink> SetSink(std::shared_ptr<IReportSink> sink);
 
 private:

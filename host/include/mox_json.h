@@ -59,4 +59,31 @@ MOXHOST_API bool GetJsonValueToUtf8WString(const Json::Value& obj, const std::st
                                            std::wstring& out, const std::string& caller,
                                            bool required, bool keep_default);
 
+// The same getters with the key and the caller as C strings, chosen when both
+// are given as such (literals, a handler's function text): a call builds no
+// std::string for them, where the forms above copy a caller text longer than
+// the short-string buffer to the heap on every call. A null key reads as an
+// absent member; a null caller as "".
+MOXHOST_API std::string GetJsonValueToString(const Json::Value& obj, const char* key,
+                                             const char* caller);
+MOXHOST_API int GetJsonValueToInt(const Json::Value& obj, const char* key, const char* caller);
+MOXHOST_API int64_t GetJsonValueToInt64(const Json::Value& obj, const char* key,
+                                        const char* caller);
+MOXHOST_API bool GetJsonValueToBool(const Json::Value& obj, const char* key, const char* caller);
+MOXHOST_API std::wstring GetJsonValueToUtf8WString(const Json::Value& obj, const char* key,
+                                                   const char* caller);
+MOXHOST_API std::string GetJsonValueToString(const Json::Value& array, Json::ArrayIndex index,
+                                             const char* caller);
+MOXHOST_API bool GetJsonValueToString(const Json::Value& obj, const char* key, std::string& out,
+                                      const char* caller, bool required, bool keep_default);
+MOXHOST_API bool GetJsonValueToInt(const Json::Value& obj, const char* key, int& out,
+                                   const char* caller, bool required, bool keep_default);
+MOXHOST_API bool GetJsonValueToInt64(const Json::Value& obj, const char* key, int64_t& out,
+                                     const char* caller, bool required, bool keep_default);
+MOXHOST_API bool GetJsonValueToBool(const Json::Value& obj, const char* key, bool& out,
+                                    const char* caller, bool required, bool keep_default);
+MOXHOST_API bool GetJsonValueToUtf8WString(const Json::Value& obj, const char* key,
+                                           std::wstring& out, const char* caller, bool required,
+                                           bool keep_default);
+
 }  // namespace mox_json

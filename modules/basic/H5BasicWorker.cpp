@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "diagnostics.h"
 #include "core/policy/page_policy.h"
 #include "core/dispatch/params.h"

@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "diagnostics.h"
 #include "core/dispatch/guard.h"
 #include "moxh5/platform.h"

@@ -5,7 +5,7 @@
 // callback (served to render and worker pages); opening a conversation
 // finishes later, when the host calls back. "AddUserBlackList" keeps the
 // host's own answer path and serves render pages only.
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "core/dispatch/guard.h"
 #include "core/delivery/pending_work.h"
 #include "modules/native/H5NativeWorker.h"

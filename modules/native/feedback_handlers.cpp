@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "MsgCenter.h"
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "core/dispatch/guard.h"
 #include "modules/native/H5NativeWorker.h"
 #include "modules/native/native_log.h"

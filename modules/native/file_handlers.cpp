@@ -16,7 +16,7 @@
 // for a missing file, and the host operations are not asked at all. The host
 // work that hands a page files answers through AnswerPageHandingFiles, which
 // adds those files to the scope.
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "diagnostics.h"
 #include "core/dispatch/guard.h"
 #include "core/policy/page_policy.h"

@@ -1,6 +1,6 @@
 #include "modules/native/handler_checks.h"
 
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "diagnostics.h"
 #include "mox_json.h"
 #include "moxh5/module_manager.h"

@@ -11,7 +11,7 @@
 #include <optional>
 #include <string_view>
 
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "core/dispatch/guard.h"
 #include "core/policy/page_policy.h"
 #include "core/dispatch/params.h"

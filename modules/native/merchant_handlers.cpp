@@ -5,7 +5,7 @@
 // Each checks the page's parameters and asks one host operation; the host's
 // result is the call's, and the host answers the page itself (the answers keep
 // "NoNeedUnifyCallBack"). Render pages only.
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "core/dispatch/guard.h"
 #include "core/dispatch/params.h"
 #include "modules/native/H5NativeWorker.h"

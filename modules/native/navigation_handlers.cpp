@@ -5,7 +5,7 @@
 // All six serve both page kinds and answer through the unified callback, so
 // each removes "NoNeedUnifyCallBack" first; the answer carries a short
 // "message" saying how it went. The two shell links need no host.
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "diagnostics.h"
 #include "core/dispatch/guard.h"
 #include "core/policy/page_policy.h"

@@ -4,7 +4,7 @@
 //
 // Thin pass-through: the host's result is the handler's result, and the host
 // answers the page itself, so the answers keep "NoNeedUnifyCallBack".
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "core/dispatch/guard.h"
 #include "core/dispatch/params.h"
 #include "modules/native/H5NativeWorker.h"

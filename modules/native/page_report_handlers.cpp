@@ -5,7 +5,7 @@
 // Each asks one host operation, whose result is the call's; the answers keep
 // "NoNeedUnifyCallBack". "updateKeysSetOfWindows" serves render and worker
 // pages, the others render pages only.
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "core/dispatch/guard.h"
 #include "core/dispatch/params.h"
 #include "modules/native/H5NativeWorker.h"

@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "AJsonUtil.h"
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "core/dispatch/guard.h"
 #include "core/delivery/pending_work.h"
 #include "modules/native/H5NativeWorker.h"

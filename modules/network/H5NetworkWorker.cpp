@@ -3,7 +3,7 @@
 #include <optional>
 #include <vector>
 
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "diagnostics.h"
 #include "core/dispatch/guard.h"
 #include "core/policy/page_policy.h"

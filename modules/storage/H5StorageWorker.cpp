@@ -1,7 +1,7 @@
 #include "modules/storage/H5StorageWorker.h"
 
 #include "MoxBizAccess.h"
-#include "core/dispatch/answer.h"
+#include "answer.h"
 #include "diagnostics.h"
 #include "core/dispatch/guard.h"
 #include "core/dispatch/params.h"

@@ -1,148 +1,227 @@
-// Cost of one page call through the manager, as a host makes it.
+// Cost of the library at the host boundary, measured side by side in one run.
 //   build/release/bin/moxh5_bench
-// The request-trace cases compare a host whose log keeps info lines (the
-// payload is written out as JSON for every call) with one that keeps only
-// warnings (nothing is written): the difference is what the hot path saves.
-// The page-policy cases run "showToast" under the default policy, the
-// unrestricted one and a policy with a method filter, side by side: a method
-// that touches no shell, file or URL must cost the same under each.
-// ShowToastThroughC is the same call as ShowToastQuietLog made through the C
-// interface: request text in, answer text out, the operation handed to a C
-// callback as JSON text.
+//
+// The hosts only count (tools/bench/bench_cases.cpp): the figures are the
+// library's. ShowToastFloor is the least any host boundary does for the
+// "showToast" call (the JSON reads a handler cannot avoid and the host's
+// toast); ShowToastQuietLog is the same call through MoxModuleManager::Execute
+// and ShowToastThroughC through moxh5_execute; ParseRequestText is the part of
+// the C path that reads the request text. The traced, unrestricted and
+// method-filter cases run the same call under a log that keeps info lines and
+// under other page policies. The page-closed cases close a page while 100 000
+// entries wait on other pages; the sized cases deliver an answer of that many
+// numbers (as the C++ completion, through moxh5_answer_page, and as the
+// indented text of "getPluginVersion").
+//
+// Each case reports its allocations per call ("allocs"). With the console
+// output (the default), a summary of the figures the library is held to
+// follows the table: time per call (per element for the sized cases), the
+// ratios and their bounds; then the ratios once more from cases timed in
+// alternating blocks, steadier on a busy machine (a --benchmark_filter
+// leaves them out). tools/bench/instructions.sh gives the same figures in
+// instructions, counted by callgrind: the repeatable ones.
 #include <benchmark/benchmark.h>
+#include <time.h>
 
-#include <memory>
-#include <string_view>
-#include <utility>
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
 
-#include "MoxLog.h"
-#include "moxh5/module_manager.h"
-#include "moxh5/moxh5_c.h"
-#include "tools/recording_host/recording_host.h"
+#include "tools/bench/bench_cases.h"
 
 namespace {
 
-class NullSink final : public IMoxLogSink {
+using moxh5::bench::CaseInfo;
+
+const std::vector<size_t> kSizes = {100000, 1000000};
+
+// The console table, and the summary after it.
+class SummaryReporter final : public benchmark::ConsoleReporter {
 public:
-    explicit NullSink(int maxPriority) : m_maxPriority(maxPriority) {}
-    int MaxPriority() const override { return m_maxPriority; }
-    void Write(const MoxLogRecord&) override {}
+    explicit SummaryReporter(std::map<std::string, size_t> items) : m_items(std::move(items)) {}
+
+    // Each case's CPU time per call; with repetitions, the median's.
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs) {
+            const bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
+            if (run.error_occurred || (run.run_type == Run::RT_Aggregate && !median)) continue;
+            const std::string& name = run.run_name.function_name;
+            if (!median && m_medians.count(name)) continue;
+            if (median) m_medians.insert(name);
+            const size_t items = m_items.count(name) ? m_items.at(name) : 0;
+            m_perUnit[name] = run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit) *
+                              1e9 / static_cast<double>(items ? items : 1);
+        }
+        ConsoleReporter::ReportRuns(runs);
+    }
+
+    void Finalize() override {
+        ConsoleReporter::Finalize();
+        std::printf("\nFigures (CPU time; per element for the sized cases)\n");
+        for (const moxh5::bench::Ratio& ratio : moxh5::bench::Ratios(kSizes)) {
+            double numerator = 0;
+            double denominator = 0;
+            if (!Sum(ratio.numerator, numerator) || !Sum(ratio.denominator, denominator)) {
+                std::printf("  %-78s not measured\n", ratio.what.c_str());
+                continue;
+            }
+            if (ratio.denominator.empty()) {
+                std::printf("  %-78s %10.0f ns          bound %6.0f ns  %s\n", ratio.what.c_str(),
+                            numerator, ratio.bound, numerator <= ratio.bound ? "ok" : "OVER");
+            } else {
+                const double value = numerator / denominator;
+                std::printf("  %-78s %5.3g / %-5.3g = %5.2f  bound %4.2f  %s\n",
+                            ratio.what.c_str(), numerator, denominator, value, ratio.bound,
+                            value <= ratio.bound ? "ok" : "OVER");
+            }
+        }
+    }
 
 private:
-    int m_maxPriority;
+    bool Sum(const std::vector<std::string>& names, double& sum) const {
+        for (const std::string& name : names) {
+            const auto found = m_perUnit.find(name);
+            if (found == m_perUnit.end()) return false;
+            sum += found->second;
+        }
+        return true;
+    }
+
+    std::map<std::string, size_t> m_items;
+    std::map<std::string, double> m_perUnit;
+    std::set<std::string> m_medians;
 };
 
-// A host that answers everything and keeps nothing, so that memory stays flat.
-moxh5::test::RecordingHost& Host() {
-    static moxh5::test::RecordingHost host;
-    return host;
+// CPU time of this thread, in ns.
+double ThreadCpuNs() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
 }
 
-MoxModuleManager& Manager() {
-    static MoxModuleManager* manager = [] {
-        MoxModuleManager* m = MoxModuleManager::GetInstance();
-        m->Init(&Host(), nullptr, MoxConfigCallback());
-        m->SetCallback(&Host());
-        m->Create();
-        return m;
-    }();
-    return *manager;
+// The per-call CPU time of one block of `calls` calls of a case, made before
+// and dropped after the block (cases that install different hosts never
+// overlap).
+double BlockNs(const CaseInfo& info, int calls) {
+    const std::unique_ptr<moxh5::bench::Case> measured = info.make();
+    measured->Run();  // warm
+    const double start = ThreadCpuNs();
+    for (int i = 0; i < calls; ++i) measured->Run();
+    return (ThreadCpuNs() - start) / calls;
 }
 
-mox_h5_module_data Call(const char* method, const char* contentText) {
-    mox_h5_module_data call;
-    call.mallcsid = "mall-1|cs-1";
-    call.payload["method"] = method;
-    call.payload["params"]["name"] = "JSStorage.setPasteboard";
-    call.payload["params"]["type"] = 1;
-    call.payload["params"]["duration"] = 1500;
-    call.payload["params"]["content"] = contentText;
-    call.callbackid = "cb-1";
-    return call;
-}
-
-void RunCalls(benchmark::State& state, const char* module, const char* method, int logLevel,
-              MoxPagePolicy policy = {}) {
-    CMoxLog::SetSink(std::make_shared<NullSink>(logLevel));
-    MoxModuleManager& manager = Manager();
-    manager.SetPagePolicy(std::move(policy));
-    manager.SetCallback(&Host());
-    const mox_h5_module_data call = Call(method, "The parcel left the warehouse this morning.");
-    for (auto _ : state) {
-        Json::Value answer(Json::objectValue);
-        benchmark::DoNotOptimize(manager.Execute(module, call, answer));
-        if ((state.iterations() & 1023) == 0) Host().Reset();
+// The ratios of the plain cases once more, measured in alternating blocks:
+// each round times a block of every case of the ratio in turn, so that a
+// busy moment of the machine falls on both sides alike; each side's median
+// over the rounds gives the ratio. On a shared machine this is steadier than
+// comparing benchmarks that ran seconds apart.
+void PrintPairedRatios(const std::vector<CaseInfo>& cases) {
+    constexpr int kRounds = 101;
+    constexpr int kCalls = 2000;
+    std::printf("\nThe same ratios, cases alternating in blocks of %d calls (median of %d)\n",
+                kCalls, kRounds);
+    for (const moxh5::bench::Ratio& ratio : moxh5::bench::Ratios(kSizes)) {
+        if (ratio.denominator.empty()) continue;
+        std::vector<const CaseInfo*> sides;
+        for (const auto* names : {&ratio.numerator, &ratio.denominator}) {
+            for (const std::string& name : *names) {
+                for (const CaseInfo& info : cases) {
+                    if (info.name == name && info.items == 0) sides.push_back(&info);
+                }
+            }
+        }
+        if (sides.size() != ratio.numerator.size() + ratio.denominator.size()) continue;
+        std::map<std::string, std::vector<double>> samples;
+        for (int round = 0; round < kRounds; ++round) {
+            for (const CaseInfo* info : sides) samples[info->name].push_back(BlockNs(*info, kCalls));
+        }
+        auto median = [&](const std::vector<std::string>& names) {
+            double sum = 0;
+            for (const std::string& name : names) {
+                std::vector<double>& times = samples[name];
+                std::nth_element(times.begin(), times.begin() + kRounds / 2, times.end());
+                sum += times[kRounds / 2];
+            }
+            return sum;
+        };
+        const double numerator = median(ratio.numerator);
+        const double denominator = median(ratio.denominator);
+        const double value = numerator / denominator;
+        std::printf("  %-78s %5.3g / %-5.3g = %5.2f  bound %4.2f  %s\n", ratio.what.c_str(),
+                    numerator, denominator, value, ratio.bound,
+                    value <= ratio.bound ? "ok" : "OVER");
     }
-    Host().Reset();
-    CMoxLog::SetSink(nullptr);
-    manager.SetPagePolicy({});
 }
 
-void CanIUse(benchmark::State& state) {
-    RunCalls(state, "JSCallBasic", "canIUse", LOG_PRIORITY_WARNING);
-}
-void ShowToastQuietLog(benchmark::State& state) {
-    RunCalls(state, "JSCallNative", "showToast", LOG_PRIORITY_WARNING);
-}
-void ShowToastTracedLog(benchmark::State& state) {
-    RunCalls(state, "JSCallNative", "showToast", LOG_PRIORITY_INFO);
-}
-void ShowToastUnrestricted(benchmark::State& state) {
-    RunCalls(state, "JSCallNative", "showToast", LOG_PRIORITY_WARNING,
-             MoxPagePolicy::Unrestricted());
-}
-void ShowToastMethodFilter(benchmark::State& state) {
-    MoxPagePolicy policy;
-    policy.methodFilter = [](const MoxCallingPage&, std::string_view module, std::string_view) {
-        return module != "JSPhoto";
-    };
-    RunCalls(state, "JSCallNative", "showToast", LOG_PRIORITY_WARNING, std::move(policy));
-}
-void UnknownModule(benchmark::State& state) {
-    RunCalls(state, "JSNothing", "x", LOG_PRIORITY_WARNING);
-}
-
-// A C host that takes every operation and keeps nothing.
-void MOXH5_CALL CountOperation(void* user, const char*, const char* args, moxh5_token*,
-                               moxh5_reply_slot*) {
-    *static_cast<size_t*>(user) += args[0] == '{';
-}
-
-void ShowToastThroughC(benchmark::State& state) {
-    CMoxLog::SetSink(std::make_shared<NullSink>(LOG_PRIORITY_WARNING));
-    size_t operations = 0;
-    moxh5_host_table table{};
-    table.size = sizeof table;
-    table.user = &operations;
-    table.operation = &CountOperation;
-    moxh5_host* host = nullptr;
-    if (moxh5_create(&table, &host) != MOXH5_OK) {
-        state.SkipWithError("moxh5_create failed");
-        return;
+bool ConsoleOutput(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        const char* flag = "--benchmark_format=";
+        if (std::strncmp(argv[i], flag, std::strlen(flag)) == 0) {
+            return std::strcmp(argv[i] + std::strlen(flag), "console") == 0;
+        }
     }
-    const char* request =
-        R"({"mallcsid":"mall-1|cs-1","callbackid":"cb-1","payload":{"method":"showToast",)"
-        R"("params":{"name":"JSStorage.setPasteboard","type":1,"duration":1500,)"
-        R"("content":"The parcel left the warehouse this morning."}}})";
-    for (auto _ : state) {
-        unsigned outcome = 0;
-        char* answer = nullptr;
-        benchmark::DoNotOptimize(moxh5_execute(host, "JSCallNative", request, &outcome, &answer));
-        moxh5_free(answer);
-    }
-    if (operations != static_cast<size_t>(state.iterations())) state.SkipWithError("no toast");
-    moxh5_destroy(host);
-    CMoxLog::SetSink(nullptr);
+    return true;
 }
-
-BENCHMARK(CanIUse);
-BENCHMARK(ShowToastQuietLog);
-BENCHMARK(ShowToastUnrestricted);
-BENCHMARK(ShowToastMethodFilter);
-BENCHMARK(ShowToastThroughC);
-BENCHMARK(ShowToastTracedLog);
-BENCHMARK(UnknownModule);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+bool Filtered(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        if (std::strncmp(argv[i], "--benchmark_filter=", 19) == 0) return true;
+    }
+    return false;
+}
+
+int main(int argc, char** argv) {
+    const bool console = ConsoleOutput(argc, argv);
+    const bool filtered = Filtered(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    moxh5::bench::StartProcess();
+    std::map<std::string, size_t> items;
+    const std::vector<CaseInfo> cases = moxh5::bench::Cases(kSizes);
+    for (const CaseInfo& info : cases) {
+        items[info.name] = info.items;
+        benchmark::internal::Benchmark* bench = benchmark::RegisterBenchmark(
+            info.name.c_str(), [info](benchmark::State& state) {
+                const std::unique_ptr<moxh5::bench::Case> measured = info.make();
+                const uint64_t allocations = moxh5::bench::Allocations();
+                uint64_t runs = 0;
+                uint64_t prepared = 0;  // the host's allocations, not counted
+                for (auto _ : state) {
+                    if (info.items) {  // milliseconds a call: the pause costs nothing to speak of
+                        state.PauseTiming();
+                        const uint64_t before = moxh5::bench::Allocations();
+                        measured->Prepare();
+                        prepared += moxh5::bench::Allocations() - before;
+                        state.ResumeTiming();
+                    }
+                    measured->Run();
+                    ++runs;
+                }
+                state.counters["allocs"] = benchmark::Counter(
+                    static_cast<double>(moxh5::bench::Allocations() - allocations - prepared),
+                    benchmark::Counter::kAvgIterations);
+                if (info.items) {
+                    state.SetItemsProcessed(static_cast<int64_t>(runs * info.items));
+                }
+                const std::string problem = measured->Check(runs);
+                if (!problem.empty()) state.SkipWithError(problem.c_str());
+            });
+        if (info.items) bench->Unit(benchmark::kMillisecond);
+    }
+    if (console) {
+        SummaryReporter reporter(items);
+        benchmark::RunSpecifiedBenchmarks(&reporter);
+        if (!filtered) PrintPairedRatios(cases);
+    } else {
+        benchmark::RunSpecifiedBenchmarks();
+    }
+    moxh5::bench::EndProcess();
+    benchmark::Shutdown();
+    return 0;
+}
