@@ -85,7 +85,7 @@ std::string LogJsonText(const Json::Value& value);
 
 // `value` as JSON text, as the default settings of jsoncpp's
 // StreamWriterBuilder write it (tab-indented, members sorted by name; see
-// StyledJson in core/detail/json_text.h): the text pages and the host
+// StyledJson in json_text.h): the text pages and the host
 // receive. Not for log lines.
 std::string JsonText(const Json::Value& value);
 
