@@ -42,7 +42,8 @@ const run = spawnSync(command[0], command.slice(1), {
 });
 if (run.status !== 0) {
   console.error(`${command.join(' ')} exited with ${run.status}: ${run.stderr}`);
-  process.exit(2);
+  // 77: the program could not run here (no 32-bit Wine): a skip, not a pass.
+  process.exit(run.status === 77 ? 77 : 2);
 }
 const verdicts = run.stdout
   .toString('utf8')
