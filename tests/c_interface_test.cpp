@@ -479,6 +479,17 @@ TEST(CInterfaceTable, PageCarryingCallbacksNameTheWholePage) {
     EXPECT_EQ(moxh5_destroy(host), MOXH5_OK);
 }
 
+// The process's manager, its modules ready, with `host` installed.
+MoxModuleManager* ManagerServing(IH5ActionImplCallBack& host) {
+    MoxModuleManager* manager = MoxModuleManager::GetInstance();
+    if (manager->Modules().empty()) {
+        manager->Init(nullptr, nullptr, MoxConfigCallback());
+        manager->Create();
+    }
+    manager->SetCallback(&host);
+    return manager;
+}
+
 // A C++ host that supports one operation and inherits "not supported" for the
 // rest.
 class ToastOnlyHost : public H5ActionDefaults {
@@ -491,12 +502,7 @@ public:
 
 TEST(ActionDefaults, OverridesOnlyWhatTheHostSupports) {
     ToastOnlyHost host;
-    MoxModuleManager* manager = MoxModuleManager::GetInstance();
-    if (manager->Modules().empty()) {
-        manager->Init(nullptr, nullptr, MoxConfigCallback());
-        manager->Create();
-    }
-    manager->SetCallback(&host);
+    MoxModuleManager* manager = ManagerServing(host);
     mox_h5_module_data call;
     call.payload["method"] = "showToast";
     call.payload["params"]["content"] = "ok";
@@ -530,12 +536,7 @@ public:
 
 TEST(ActionDefaults, CurrentPageNamesTheCallingAndTheAnsweredPage) {
     PageAwareHost host;
-    MoxModuleManager* manager = MoxModuleManager::GetInstance();
-    if (manager->Modules().empty()) {
-        manager->Init(nullptr, nullptr, MoxConfigCallback());
-        manager->Create();
-    }
-    manager->SetCallback(&host);
+    MoxModuleManager* manager = ManagerServing(host);
     mox_h5_module_data call;
     call.isWorker = true;
     call.workerid = "w-2";

@@ -19,7 +19,7 @@ const shopLinks = [
   'https://shop.example.com/help#faq#shipping',
   'https://shop.example.com/app#/goods/123?from=wx#top',
   'https://shop.example.com/item/\u8ba2\u5355/123',
-  'https://shop.example.com/item?name=\u624b\u673a\u58f3&spec=\u9ed1\u8272',
+  'https://shop.example.com/item?name=\u624b\u673a\u58f3&color=\u9ed1\u8272',
   'https://shop.example.com/s?q="gift box"&t=1',
   "https://shop.example.com/s?q=men's shoes",
   'https://shop.example.com/s?q=<b>sale</b>',
