@@ -66,7 +66,9 @@ pick_wine() {
 
 WINE_BIN=$(pick_wine "$1") || exit 127
 
+OWN_PREFIX=0
 if [ -z "${WINEPREFIX:-}" ]; then
+  OWN_PREFIX=1
   if [ -n "${HOME:-}" ] && [ -d "$HOME" ] && [ -w "$HOME" ]; then
     WINEPREFIX="$HOME/.wine-moxh5"
   else
@@ -170,16 +172,33 @@ require_32bit_wine() {
   [ "$(cat "$proof" 2>/dev/null)" = "$stamp" ] && return 0
   "$WINE_BIN" 'C:\windows\syswow64\cmd.exe' /c exit 7 </dev/null >/dev/null 2>&1
   status=$?
-  if [ "$status" != 7 ]; then
-    # A prefix made before 32-bit Wine was installed lacks its 32-bit side.
-    "$WINE_BIN" wineboot.exe -u </dev/null >/dev/null 2>&1
-    "$WINE_BIN" 'C:\windows\syswow64\cmd.exe' /c exit 7 </dev/null >/dev/null 2>&1
-    status=$?
+  if [ "$status" != 7 ] && prefix_lacks_32bit_side; then
+    cannot_run 126 "$1 is a 32-bit program and $WINEPREFIX was made before 32-bit Wine was installed (empty syswow64); point WINEPREFIX at a new directory"
   fi
   [ "$status" = 7 ] ||
     cannot_run 126 "$1 is a 32-bit program and $WINE_BIN cannot run 32-bit programs in $WINEPREFIX (probe exit status $status)"
   printf '%s\n' "$stamp" >"$proof"
 }
+
+# A prefix made while only 64-bit Wine was installed has an empty syswow64 and
+# can never run a 32-bit program: neither wineboot -u nor -i fills it in. The
+# default prefix holds nothing but what this script put there, so it is made
+# again; a prefix the caller chose is reported instead (exit 126 on use).
+prefix_lacks_32bit_side() {
+  [ -x /usr/lib/wine/wine ] && [ -e "$ready" ] &&
+    [ ! -e "$WINEPREFIX/drive_c/windows/syswow64/kernel32.dll" ]
+}
+remake_prefix() {
+  exec 8>"$WINEPREFIX.lock" && flock 8 || die "cannot lock $WINEPREFIX.lock"
+  if prefix_lacks_32bit_side; then
+    printf 'wine-run.sh: %s was made before 32-bit Wine was installed; making it again\n' "$WINEPREFIX" >&2
+    "$(wineserver_bin)" -k >/dev/null 2>&1 || true
+    rm -rf -- "$WINEPREFIX"
+  fi
+  flock -u 8
+  exec 8>&-
+}
+if [ "$OWN_PREFIX" = 1 ] && prefix_lacks_32bit_side; then remake_prefix; fi
 
 [ -e "$ready" ] || init_prefix
 
