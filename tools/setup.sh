@@ -4,8 +4,10 @@
 #   2. installs the native and cross build tools and Wine from Debian packages;
 #   3. builds static jsoncpp, fmt, googletest and cpp-httplib (a header) for
 #      each mingw target from Debian's source packages into <repo>/.deps/<triple>;
-#   4. tries to add 32-bit Wine (i386 multiarch and wine32:i386), which runs
-#      the i686 tests; where that fails they are reported as skipped;
+#   4. adds 32-bit Wine (i386 multiarch and wine32:i386), which runs the i686
+#      tests, also while Debian's i386 index is out of step and on a kernel
+#      without IA-32 emulation (see below); where that truly cannot be done
+#      the i686 tests are reported as skipped with the reason;
 #   5. creates the Wine prefix used to run cross-built tests.
 # Safe to run again: installed packages, built dependencies (one stamp file per
 # package and version) and an existing Wine prefix are left alone, so a second
@@ -138,23 +140,71 @@ else
 fi
 
 # ----------------------------------------------------------- 32-bit Wine --
-# Optional: without it the i686 tests are skipped, so a failure here (Debian's
-# i386 indexes can be mid-sync) is logged and set-up goes on. An i386
-# architecture added here is removed again when wine32 cannot be installed, so
-# that a broken i386 index does not fail later apt-get runs.
+# The shipped DLL is the i686 one, so its tests need Wine's 32-bit side. Two
+# things can stand in the way, and each is worked around rather than skipped:
+#  - Debian's i386 security index can be out of step with amd64 (a mirror
+#    mid-sync, or amd64 packages newer than any i386 build). wine32:i386 then
+#    cannot share versions with the installed amd64 libraries. The install is
+#    retried with the security suite pinned low, naming each library whose
+#    installed amd64 version has no i386 twin at the version i386 offers.
+#  - A kernel with IA-32 emulation off refuses every 32-bit ELF program. The
+#    32-bit loader then runs through qemu's user-mode emulation, registered
+#    with binfmt_misc (an i386 ELF handler; lost at reboot, registered again
+#    by the next set-up run).
+# Only a machine with no i386 packages at all, or no way to run them, is left
+# without; the i686 tests then report as skipped with the reason.
 wine32_installed() {
   [ "$(dpkg-query -W -f='${Status}' wine32:i386 2>/dev/null || true)" = "install ok installed" ]
 }
 
+i386_candidate() { apt-cache policy "$1:i386" 2>/dev/null | sed -n 's/^  Candidate: //p' || true; }
+
+WINE32_PIN=/etc/apt/preferences.d/moxh5-wine32-security-low
+# pkg:amd64=V pkg:i386=V for every library in wine32's dependencies whose
+# installed amd64 version is newer than anything i386 offers: apt only ever
+# installs one version of a library for both architectures.
+wine32_version_skew() {
+  local name installed candidate
+  { apt-cache depends --recurse --no-recommends --no-suggests --no-conflicts \
+      --no-breaks --no-replaces --no-enhances wine32:i386 2>/dev/null || true; } |
+    sed -n 's/^\([a-z0-9][^ ]*\):i386$/\1/p' | sort -u |
+    while read -r name; do
+      installed=$(dpkg-query -W -f='${Status} ${Version}' "$name:amd64" 2>/dev/null |
+                  sed -n 's/^install ok installed //p' || true)
+      [ -n "$installed" ] || continue
+      candidate=$(i386_candidate "$name")
+      [ -n "$candidate" ] && [ "$candidate" != "(none)" ] || continue
+      dpkg --compare-versions "$candidate" lt "$installed" || continue
+      printf '%s:amd64=%s\n%s:i386=%s\n' "$name" "$candidate" "$name" "$candidate"
+    done
+}
+
+install_wine32_pinned() {
+  local skew status=0
+  printf 'Package: *\nPin: release l=Debian-Security\nPin-Priority: 100\n' |
+    as_root tee "$WINE32_PIN" >/dev/null
+  mapfile -t skew < <(wine32_version_skew)
+  [ ${#skew[@]} -eq 0 ] || log "32-bit Wine: versions matched across architectures: ${skew[*]}"
+  as_root apt-get install -y -qq --no-install-recommends --allow-downgrades \
+    wine32:i386 "${skew[@]}" || status=$?
+  as_root rm -f "$WINE32_PIN"
+  return "$status"
+}
+
 try_install_wine32() {
-  local added=0 wlog
+  local added=0 wlog candidate
   wlog=$(mktemp)
   if ! dpkg --print-foreign-architectures | grep -qx i386; then
     as_root dpkg --add-architecture i386 || return 1
     added=1
   fi
-  if as_root apt-get update -qq >"$wlog" 2>&1 &&
-     as_root apt-get install -y -qq --no-install-recommends wine32:i386 >>"$wlog" 2>&1; then
+  # A failed update (one index mid-sync) still leaves the others usable.
+  as_root apt-get update -qq >"$wlog" 2>&1 || log "apt-get update reported errors (continuing):"$'\n'"$(grep -m2 '^E:' "$wlog" || true)"
+  candidate=$(i386_candidate wine32)
+  if [ -z "$candidate" ] || [ "$candidate" = "(none)" ]; then
+    log "32-bit Wine: no i386 packages are offered by the APT sources"
+  elif as_root apt-get install -y -qq --no-install-recommends wine32:i386 >>"$wlog" 2>&1 ||
+       install_wine32_pinned >>"$wlog" 2>&1; then
     rm -f "$wlog"
     return 0
   fi
@@ -165,6 +215,25 @@ try_install_wine32() {
     as_root apt-get update -qq >/dev/null 2>&1 || true
   fi
   return 1
+}
+
+# Whether this kernel starts 32-bit x86 programs (natively or through a
+# registered binfmt handler): Wine's own 32-bit loader is the probe.
+runs_32bit_programs() { /usr/lib/wine/wine --version >/dev/null 2>&1; }
+
+BINFMT=/proc/sys/fs/binfmt_misc
+I386_HANDLER=moxh5-i386
+register_i386_emulation() {
+  if ! command -v qemu-i386 >/dev/null 2>&1; then
+    apt_update_once
+    log "installing: qemu-user (this kernel does not run 32-bit programs itself)"
+    as_root apt-get install -y -qq --no-install-recommends qemu-user >/dev/null || return 1
+  fi
+  [ -e "$BINFMT/register" ] || as_root mount -t binfmt_misc binfmt_misc "$BINFMT" || return 1
+  [ -e "$BINFMT/$I386_HANDLER" ] && as_root sh -c "echo -1 > $BINFMT/$I386_HANDLER"
+  # Matches any i386 ELF executable or shared object (e_machine 3).
+  printf '%s' ":$I386_HANDLER:M::"'\x7fELF\x01\x01\x01\x00\x00\x00\x00\x00\x00\x00\x00\x00\x02\x00\x03\x00:\xff\xff\xff\xff\xff\xfe\xfe\x00\xff\xff\xff\xff\xff\xff\xff\xff\xfe\xff\xff\xff'":$(command -v qemu-i386):" |
+    as_root tee "$BINFMT/register" >/dev/null
 }
 
 # A failed attempt is retried after a day, so that set-up stays fast.
@@ -181,6 +250,13 @@ elif try_install_wine32; then
 else
   mkdir -p "$DEPS" && touch "$WINE32_FAILED"
   log "warning: 32-bit Wine could not be installed; the i686 tests will be reported as skipped"
+fi
+if wine32_installed && [ "${MOXH5_SKIP_WINE32:-0}" != 1 ] && ! runs_32bit_programs; then
+  if register_i386_emulation && runs_32bit_programs; then
+    log "32-bit Wine: runs through qemu user emulation (binfmt handler $I386_HANDLER)"
+  else
+    log "warning: this kernel does not run 32-bit programs and qemu user emulation could not be set up; the i686 tests will be reported as skipped"
+  fi
 fi
 
 # ---------------------------------------------------------------- page kit --

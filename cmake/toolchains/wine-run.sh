@@ -168,6 +168,9 @@ require_32bit_wine() {
   if [ -z "${MOXH5_WINE:-}" ] && [ ! -x "$loader" ]; then
     cannot_run 77 "$1 is a 32-bit program and 32-bit Wine is not installed (Debian: wine32:i386; tools/setup.sh tries to install it)"
   fi
+  if [ -z "${MOXH5_WINE:-}" ] && ! "$loader" --version >/dev/null 2>&1; then
+    cannot_run 77 "$1 is a 32-bit program and this kernel does not start 32-bit programs (IA-32 emulation off, no i386 binfmt handler; tools/setup.sh registers qemu-i386 as one)"
+  fi
   stamp=$(stat -c %Y "$loader" 2>/dev/null || echo custom)
   [ "$(cat "$proof" 2>/dev/null)" = "$stamp" ] && return 0
   "$WINE_BIN" 'C:\windows\syswow64\cmd.exe' /c exit 7 </dev/null >/dev/null 2>&1
