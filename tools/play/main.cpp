@@ -5,6 +5,8 @@
 //   moxh5-play [--logs[=PRIORITY]] [FILE]          play FILE (or standard input)
 //   moxh5-play [--logs[=PRIORITY]] --expect EXPECTED FILE
 //                                                  check the events against EXPECTED
+//   --unrestricted   run the unrestricted page policy instead of the default;
+//                    expected lines marked "underPolicy" apply to one policy only
 //
 // Exit status: 0 when every line was played (and, with --expect, every
 // expected event was found); 1 when an input line was refused or an expected
@@ -27,6 +29,7 @@ namespace {
 
 struct Arguments {
     int logThreshold = 0;
+    bool unrestricted = false;
     std::string expectPath;
     std::string inputPath;  // empty: standard input
 };
@@ -34,7 +37,7 @@ struct Arguments {
 int Usage(const char* problem) {
     std::fprintf(stderr,
                  "moxh5-play: %s\n"
-                 "usage: moxh5-play [--logs[=PRIORITY]] [--expect EXPECTED] [FILE]\n",
+                 "usage: moxh5-play [--logs[=PRIORITY]] [--unrestricted] [--expect EXPECTED] [FILE]\n",
                  problem);
     return 2;
 }
@@ -52,6 +55,8 @@ bool ParseArguments(int argc, char** argv, Arguments& args, std::string& problem
                 return false;
             }
             args.logThreshold = static_cast<int>(value);
+        } else if (arg == "--unrestricted") {
+            args.unrestricted = true;
         } else if (arg == "--expect") {
             if (++i >= argc) {
                 problem = "--expect needs a file";
@@ -131,7 +136,7 @@ int main(int argc, char** argv) {
     std::vector<Json::Value> events;
     bool allPlayed = true;
     {
-        moxh5::play::TranscriptPlayer player({args.logThreshold}, [&](const Json::Value& event) {
+        moxh5::play::TranscriptPlayer player({args.logThreshold, args.unrestricted}, [&](const Json::Value& event) {
             if (checking) events.push_back(event);
             std::fputs((Compact(event) + "\n").c_str(), stdout);
             std::fflush(stdout);

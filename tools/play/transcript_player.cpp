@@ -185,16 +185,16 @@ std::optional<std::vector<std::string>> StringList(const Json::Value& value) {
 
 // The page policy a "pagePolicy" object describes: "unrestricted", and the
 // lists "shellSchemes", "fileRoots", "allowedNetworkHosts" and
-// "allowedShellFileNames" (defaults where absent); the problem found
-// otherwise.
-std::string ReadPagePolicy(const Json::Value& given, MoxPagePolicy& policy) {
+// "allowedShellFileNames" (defaults where absent, "unrestricted" the
+// player's); the problem found otherwise.
+std::string ReadPagePolicy(const Json::Value& given, bool unrestricted, MoxPagePolicy& policy) {
     const std::string problem = CheckFields(given, {{"unrestricted", Kind::Bool},
                                                     {"shellSchemes", Kind::Any},
                                                     {"fileRoots", Kind::Any},
                                                     {"allowedNetworkHosts", Kind::Any},
                                                     {"allowedShellFileNames", Kind::Any}});
     if (!problem.empty()) return "\"pagePolicy\": " + problem;
-    policy.unrestricted = given.get("unrestricted", false).asBool();
+    policy.unrestricted = given.get("unrestricted", unrestricted).asBool();
     for (auto [name, list] : {std::pair{"shellSchemes", &policy.shellSchemes},
                               std::pair{"fileRoots", &policy.fileRoots},
                               std::pair{"allowedNetworkHosts", &policy.allowedNetworkHosts},
@@ -296,6 +296,7 @@ void TranscriptPlayer::StartLibrary() {
                       return it != m_switches.end() && it->second;
                   });
     manager->SetCallback(m_actionInterface ? &m_host : nullptr);
+    if (m_options.unrestricted) manager->SetPagePolicy(MoxPagePolicy::Unrestricted());
     manager->Create();
 }
 
@@ -415,7 +416,8 @@ bool TranscriptPlayer::Host(const Json::Value& input, int number) {
     if (!problem.empty()) return Refuse(number, problem);
     MoxPagePolicy policy;
     if (input.isMember("pagePolicy")) {
-        const std::string policyProblem = ReadPagePolicy(input["pagePolicy"], policy);
+        const std::string policyProblem =
+            ReadPagePolicy(input["pagePolicy"], m_options.unrestricted, policy);
         if (!policyProblem.empty()) return Refuse(number, policyProblem);
     }
     for (const char* name : {"results", "switches"}) {

@@ -22,6 +22,9 @@ namespace moxh5::play {
 struct PlayerOptions {
     // Log lines at this priority or more urgent become events; 0: no logs.
     int logThreshold = 0;
+    // The library runs the unrestricted page policy, also where a
+    // "pagePolicy" line leaves "unrestricted" out.
+    bool unrestricted = false;
 };
 
 class TranscriptPlayer {
