@@ -25,6 +25,11 @@ install(TARGETS moxh5 EXPORT moxh5Targets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(EXPORT moxh5Targets NAMESPACE moxh5:: DESTINATION ${MOXH5_INSTALL_CMAKEDIR})
+# Beside the GNU import library libmoxh5.dll.a, the MSVC one (the C
+# interface only), when llvm-dlltool made it.
+if(TARGET moxh5_msvc_import_lib)
+    install(FILES ${MOXH5_MSVC_IMPORT_LIB} DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endif()
 
 # The host-library target moxh5::moxh5 links: the host's own CMake file,
 # copied as it was given, or the stand-ins in their own export set. Without

@@ -1,11 +1,17 @@
-# Checks that moxh5.dll exports exactly the names of EXPECTED (the C interface
-# and the C++ entry points, no private member, nothing missing that a host
-# built against an earlier release imports), that its C names are the .def
-# file's and carry no decoration (no @N on i686), and that both import
-# libraries, the GNU one and the MSVC one, carry the C interface.
+# Checks moxh5.dll as it ships:
+#   - it exports exactly the names of EXPECTED (the C interface and the C++
+#     entry points, no private member, nothing missing that a host built
+#     against an earlier release imports), its C names are the .def file's
+#     and carry no decoration (no @N on i686), and both import libraries, the
+#     GNU one and the MSVC one, carry the C interface;
+#   - it imports only Windows' own DLLs and moxhostlibs.dll (the host's
+#     libraries): no mingw runtime DLL, which a host does not have;
+#   - its version resource holds VERSION as file and product version.
+# Prints the DLL's size.
 # Usage: cmake -DOBJDUMP=<objdump> -DNM=<nm> -DDLL=<moxh5.dll> -DDEF=<moxh5.def>
 #              -DEXPECTED=<list> -DPOINTER_SIZE=<4|8> -DIMPORT_LIBS=<lib;lib>
-#              [-DCXXFILT=<c++filt>] -P check_dll_exports.cmake
+#              -DVERSION=<a.b.c.d> [-DCXXFILT=<c++filt>] -P check_dll_exports.cmake
+cmake_minimum_required(VERSION 3.22)
 
 # The names of the list, with the pointer-sized integers spelled for this build.
 if(POINTER_SIZE EQUAL 8)
@@ -38,9 +44,63 @@ foreach(line IN LISTS def_lines)
 endforeach()
 list(SORT def_names)
 
-execute_process(COMMAND ${OBJDUMP} -p ${DLL} OUTPUT_VARIABLE table RESULT_VARIABLE rc)
+execute_process(COMMAND ${OBJDUMP} -p -h ${DLL} OUTPUT_VARIABLE table RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
     message(FATAL_ERROR "objdump failed on ${DLL}")
+endif()
+set(problems "")
+
+# The DLLs it imports, against Windows' own: a mingw runtime DLL
+# (libstdc++-6.dll, libgcc_s_*.dll, libwinpthread-1.dll) or any other would
+# have to ship with it.
+set(system_dlls advapi32 bcrypt comctl32 comdlg32 crypt32 gdi32 kernel32 msvcrt ntdll ole32
+                oleaut32 shell32 shlwapi user32 version winhttp wininet ws2_32)
+string(REGEX MATCHALL "DLL Name: [^\n]+" imports "${table}")
+set(imported)
+foreach(line IN LISTS imports)
+    string(REGEX REPLACE "DLL Name: " "" name "${line}")
+    string(TOLOWER "${name}" lower)
+    string(REGEX REPLACE "\\.dll$" "" lower "${lower}")
+    list(APPEND imported ${name})
+    if(NOT lower IN_LIST system_dlls AND NOT lower STREQUAL "moxhostlibs")
+        string(APPEND problems "imports ${name}, neither a Windows DLL nor moxhostlibs.dll\n")
+    endif()
+endforeach()
+if(NOT "moxhostlibs.dll" IN_LIST imported)
+    string(APPEND problems "does not import moxhostlibs.dll (imports: ${imported})\n")
+endif()
+
+# The version resource: VS_VERSIONINFO, whose key (UTF-16) is followed by
+# VS_FIXEDFILEINFO (signature FEEF04BD, structure version, then the file and
+# the product version as two little-endian 32-bit numbers each, a.b and c.d).
+file(READ ${DLL} bytes HEX)
+string(FIND "${bytes}" "560053005f00560045005200530049004f004e005f0049004e0046004f000000" key)
+set(resource_version "")
+if(key GREATER -1)
+    string(SUBSTRING "${bytes}" ${key} 160 info)
+    string(FIND "${info}" "bd04effe" signature)
+endif()
+if(key GREATER -1 AND signature GREATER -1)
+    math(EXPR fixed "${key} + ${signature} + 16")
+    foreach(which file product)
+        string(SUBSTRING "${bytes}" ${fixed} 16 words)
+        math(EXPR fixed "${fixed} + 16")
+        set(parts)
+        foreach(at 4 0 12 8)
+            string(SUBSTRING "${words}" ${at} 4 le)
+            string(SUBSTRING "${le}" 2 2 high)
+            string(SUBSTRING "${le}" 0 2 low)
+            math(EXPR part "0x${high}${low}")
+            list(APPEND parts ${part})
+        endforeach()
+        list(JOIN parts . ${which}_version)
+    endforeach()
+    set(resource_version ${file_version})
+    if(NOT file_version STREQUAL VERSION OR NOT product_version STREQUAL VERSION)
+        string(APPEND problems "version resource: file ${file_version}, product ${product_version}; the project is ${VERSION}\n")
+    endif()
+else()
+    string(APPEND problems "no version resource\n")
 endif()
 string(REGEX REPLACE ".*\\[Ordinal/Name Pointer\\] Table\n" "" names "${table}")
 string(FIND "${names}" "\n\n" table_end)
@@ -72,7 +132,6 @@ function(readable out)
     set(${out} "${lines}" PARENT_SCOPE)
 endfunction()
 
-set(problems "")
 foreach(name IN LISTS c_exported)
     if(name MATCHES "@[0-9]+$" OR name MATCHES "^_")
         string(APPEND problems "decorated C name exported: ${name}\n")
@@ -99,6 +158,15 @@ endif()
 list(LENGTH exported count)
 list(LENGTH c_exported c_count)
 message(STATUS "moxh5.dll exports the ${count} listed names; ${c_count} C names, undecorated")
+list(JOIN imported ", " imported)
+message(STATUS "moxh5.dll imports ${imported}")
+file(SIZE ${DLL} size)
+math(EXPR kib "${size} / 1024")
+set(debug_note "stripped")
+if(table MATCHES "\n +[0-9]+ \\.debug_")
+    set(debug_note "with debug information")
+endif()
+message(STATUS "moxh5.dll ${resource_version}: ${size} bytes (${kib} KiB), ${debug_note}")
 
 foreach(lib IN LISTS IMPORT_LIBS)
     execute_process(COMMAND ${NM} ${lib} OUTPUT_VARIABLE symbols RESULT_VARIABLE rc)

@@ -10,8 +10,10 @@
 #     $ORIGIN (the build tree's folders must not leak into a host's search
 #     path), the library carries $ORIGIN to find the stand-ins beside it, its
 #     SONAME is libmoxh5.so.<ABI number>, and the stand-ins' is
-#     libmoxhostlibs.so.<their ABI number>, the name the library records.
+#     libmoxhostlibs.so.<their ABI number>, the name the library records;
+#   - the files named in INSTALLED (lib/libmoxh5.dll.a, lib/moxh5.lib...).
 # Usage: cmake -DBUILD_DIR=<dir> -DPREFIX=<dir> -DCXX=<compiler> -DJSON_INCLUDE=<dir>
+#              [-DINSTALLED=<path;path> relative to PREFIX]
 #              [-DREADELF=<readelf> -DABI_VERSION=<n> -DHOSTLIBS_ABI_VERSION=<n>]
 #              [-DPKG_CONFIG=<pkg-config> -DCC=<C compiler> -DCONSUMER=<main.cpp>]
 #              -P check_installed_package.cmake
@@ -21,6 +23,12 @@ execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${PREFI
 if(NOT rc EQUAL 0)
     message(FATAL_ERROR "cmake --install failed")
 endif()
+
+foreach(path IN LISTS INSTALLED)
+    if(NOT EXISTS ${PREFIX}/${path})
+        message(FATAL_ERROR "${path} is not installed")
+    endif()
+endforeach()
 
 file(GLOB loose LIST_DIRECTORIES false ${PREFIX}/include/*)
 if(loose)
