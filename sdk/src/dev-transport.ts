@@ -145,6 +145,11 @@ export class DevLink {
     this.connect();
   }
 
+  private receiveAnswer(message: JsonObject): void {
+    const page = message["page"] as DevConfig["page"];
+    for (const onDelivery of this.deliveries) onDelivery(page, String(message["callbackId"] ?? ""), message["answer"]);
+  }
+
   private receive(data: unknown): void {
     if (typeof data !== "string") return;
     let message: JsonObject;
@@ -167,9 +172,11 @@ export class DevLink {
           answer: (message["answer"] ?? {}) as JsonObject,
         });
       }
+      // The deliveries the call caused at once come with its result.
+      const deliveries = message["deliveries"];
+      if (Array.isArray(deliveries)) for (const delivery of deliveries) this.receiveAnswer(delivery as JsonObject);
     } else if (message["type"] === "answer") {
-      const page = message["page"] as DevConfig["page"];
-      for (const onDelivery of this.deliveries) onDelivery(page, id, message["answer"]);
+      this.receiveAnswer(message);
     } else if (message["type"] === "reload" && this.scope.document !== undefined) {
       this.scope.location?.reload();
     }

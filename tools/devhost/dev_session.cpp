@@ -202,7 +202,9 @@ void DevSession::OnEvent(const Json::Value& event) {
             card.libraryWork = event["number"].asUInt64();
             const Json::Value work = Describe(card);
             for (const std::string& name : work.getMemberNames()) published[name] = work[name];
-        } else if (kind == "page" && event["page"] == "worker") {
+        }
+        if (kind == "page" && !m_inlineTag.empty()) published["inline"] = m_inlineTag;
+        if (kind == "page" && event["page"] == "worker") {
             const auto it = m_workerOf.find(WorkerKey(event["webindex"], event["callbackid"].asString()));
             if (it != m_workerOf.end()) published["workerId"] = it->second;
         }
@@ -211,18 +213,22 @@ void DevSession::OnEvent(const Json::Value& event) {
     if (!extra.isNull()) m_hub.Publish(std::move(extra));
 }
 
-bool DevSession::Play(Json::Value input, std::string& problem, Json::Value* result) {
+bool DevSession::Play(Json::Value input, std::string& problem, Json::Value* result,
+                      const std::string& inlineTag) {
     std::lock_guard<std::mutex> lock(m_playMutex);
     m_result = result;
     m_refusal.clear();
+    m_inlineTag = inlineTag;
     const bool played = m_player->Play(input, ++m_line);
     m_player->ForgetCalls();
     m_result = nullptr;
+    m_inlineTag.clear();
     if (!played) problem = m_refusal;
     return played;
 }
 
-bool DevSession::Call(const Json::Value& body, Json::Value& reply, std::string& problem) {
+bool DevSession::Call(const Json::Value& body, Json::Value& reply, std::string& problem,
+                      const std::string& inlineTag) {
     Json::Value input;
     if (!ToCallInput(body, input, problem)) return false;
     PageKey page;
@@ -248,9 +254,9 @@ bool DevSession::Call(const Json::Value& body, Json::Value& reply, std::string& 
             m_current = page;
             m_currentCallback = input["callbackid"].asString();
         }
-        played = Play(std::move(input), problem, &result);
+        played = Play(std::move(input), problem, &result, inlineTag);
     }
-    RunAutoAnswers();
+    RunAutoAnswers(inlineTag);
     if (!played) return false;
     reply = Json::Value(Json::objectValue);
     reply["registered"] = result["registered"];
@@ -270,6 +276,11 @@ bool DevSession::SetHost(const Json::Value& settings, std::string& problem) {
 }
 
 bool DevSession::Complete(const Json::Value& body, std::string& problem) {
+    return CompleteTagged(body, problem, {});
+}
+
+bool DevSession::CompleteTagged(const Json::Value& body, std::string& problem,
+                                const std::string& inlineTag) {
     if (!body.isObject() || !body["pending"].isUInt64() ||
         (body.isMember("success") && !body["success"].isBool())) {
         problem = "the body must be {\"pending\": <number>, \"success\": <bool>, \"answer\": ...}";
@@ -293,7 +304,7 @@ bool DevSession::Complete(const Json::Value& body, std::string& problem) {
         input["pending"] = Json::UInt64(card.libraryWork);
         input["success"] = success;
         input["answer"] = answer;
-        if (!Play(input, problem, nullptr)) return false;
+        if (!Play(input, problem, nullptr, inlineTag)) return false;
     } else {
         // The host answers the page itself, in its own form: the answer as
         // given; a failure marks it "success": false.
@@ -310,6 +321,7 @@ bool DevSession::Complete(const Json::Value& body, std::string& problem) {
         }
         event["envelope"] = delivered;
         event["fromHost"] = card.op;
+        if (!inlineTag.empty()) event["inline"] = inlineTag;
         m_hub.Publish(std::move(event));
     }
     {
@@ -326,7 +338,7 @@ bool DevSession::Complete(const Json::Value& body, std::string& problem) {
     return true;
 }
 
-void DevSession::RunAutoAnswers() {
+void DevSession::RunAutoAnswers(const std::string& inlineTag) {
     std::vector<std::pair<uint64_t, Json::Value>> due;
     {
         std::lock_guard<std::mutex> lock(m_stateMutex);
@@ -341,7 +353,7 @@ void DevSession::RunAutoAnswers() {
         Json::Value body = preset;
         body["pending"] = Json::UInt64(number);
         std::string problem;
-        Complete(body, problem);
+        CompleteTagged(body, problem, inlineTag);
     }
 }
 

@@ -79,7 +79,10 @@ public:
 
     // A page call in the dev transport's form. On success fills `reply` with
     // {"registered", "handled", "answer"}; else says what is wrong with it.
-    bool Call(const Json::Value& body, Json::Value& reply, std::string& problem);
+    // With `inlineTag`, the page deliveries the call itself causes are
+    // published with "inline": tag, for the caller to send with the result.
+    bool Call(const Json::Value& body, Json::Value& reply, std::string& problem,
+              const std::string& inlineTag = {});
     // Host settings in the transcript's "host" form (results, switches,
     // user-centre answers, ...).
     bool SetHost(const Json::Value& settings, std::string& problem);
@@ -108,12 +111,14 @@ private:
         size_t libraryWork = 0;  // the recording host's number; 0: the host answers the page
         std::string answerId;    // host answers: the id the page hears the answer under
     };
-    bool Play(Json::Value input, std::string& problem, Json::Value* result);
+    bool Play(Json::Value input, std::string& problem, Json::Value* result,
+              const std::string& inlineTag = {});
+    bool CompleteTagged(const Json::Value& body, std::string& problem, const std::string& inlineTag);
     void OnEvent(const Json::Value& event);
     // Under m_stateMutex: a new card for the current call's page.
     Card& AddCard(const std::string& op, const Json::Value& args);
     static Json::Value Describe(const Card& card);
-    void RunAutoAnswers();
+    void RunAutoAnswers(const std::string& inlineTag);
 
     EventHub& m_hub;
     std::mutex m_callMutex;  // one page call at a time (its page reaches its cards)
@@ -121,6 +126,7 @@ private:
     int m_line = 0;
     Json::Value* m_result = nullptr;  // where the current line's result goes
     std::string m_refusal;            // why the current line was refused
+    std::string m_inlineTag;          // the current line's tag for page deliveries
 
     mutable std::mutex m_stateMutex;
     std::map<std::string, Json::Value> m_lastArgs;  // host operation -> its latest arguments

@@ -149,6 +149,7 @@ void ClearReceiveTimeout(socket_t s) {
 struct PageSockets::Impl {
     struct Connection {
         socket_t fd;
+        std::string tag;  // marks the deliveries its calls cause
         std::mutex writeMutex;
         std::mutex pagesMutex;
         std::set<PageKey> pages;
@@ -180,6 +181,7 @@ struct PageSockets::Impl {
     socket_t listener = INVALID_SOCKET;
     int port = 0;
     std::atomic<bool> stopping{false};
+    uint64_t connectionCount = 0;
     std::thread acceptThread, forwardThread;
     std::mutex connectionsMutex;
     std::vector<std::shared_ptr<Connection>> connections;
@@ -266,10 +268,21 @@ struct PageSockets::Impl {
                 reply["error"] = "\"call\" must be an object with a \"page\"";
             } else if (!c.AddPage(page)) {
                 reply["error"] = "too many pages on one connection";
-            } else if (!session.Call(call, result, problem)) {
-                reply["error"] = problem;
             } else {
-                for (const char* name : {"registered", "handled", "answer"}) reply[name] = result[name];
+                uint64_t cursor = hub.Latest();
+                if (!session.Call(call, result, problem, c.tag)) {
+                    reply["error"] = problem;
+                } else {
+                    for (const char* name : {"registered", "handled", "answer"}) reply[name] = result[name];
+                }
+                // What the call delivered at once travels with its result.
+                for (const auto& event : hub.WaitAfter(cursor, std::chrono::milliseconds(0))) {
+                    if ((*event)["inline"] != c.tag) continue;
+                    PageKey target;
+                    const Json::Value delivery = Delivery(*event, target);
+                    if (c.Carries(target)) reply["deliveries"].append(delivery);
+                    else Deliver(delivery, target);
+                }
             }
             c.Send(Compact(reply));
         } else {
@@ -356,6 +369,7 @@ struct PageSockets::Impl {
             int one = 1;
             setsockopt(s, IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&one), sizeof(one));
             auto c = std::make_shared<Connection>(s);
+            c->tag = "c" + std::to_string(++connectionCount);
             std::lock_guard<std::mutex> lock(connectionsMutex);
             if (connections.size() >= kMaxConnections) {
                 CloseSocket(s);
@@ -370,6 +384,27 @@ struct PageSockets::Impl {
         }
     }
 
+    // A page event as the page hears it, and the page it is for.
+    static Json::Value Delivery(const Json::Value& event, PageKey& page) {
+        page.kind = event["page"].asString();
+        page.webIndex = event["webindex"].asInt();
+        if (page.kind == "worker") page.workerId = event["workerId"].asString();
+        Json::Value answer;
+        answer["type"] = "answer";
+        answer["page"]["kind"] = page.kind;
+        answer["page"]["webIndex"] = page.webIndex;
+        answer["callbackId"] = event[page.kind == "render" ? "callId" : "callbackid"].asString();
+        answer["answer"] = event["envelope"];
+        return answer;
+    }
+
+    void Deliver(const Json::Value& delivery, const PageKey& page) {
+        const std::string text = Compact(delivery);
+        for (const auto& c : Open()) {
+            if (c->Carries(page)) c->Send(text);
+        }
+    }
+
     std::vector<std::shared_ptr<Connection>> Open() {
         std::lock_guard<std::mutex> lock(connectionsMutex);
         return connections;
@@ -381,21 +416,11 @@ struct PageSockets::Impl {
         uint64_t cursor = hub.Latest();
         while (!stopping && !hub.Closed()) {
             for (const auto& event : hub.WaitAfter(cursor, std::chrono::milliseconds(1000))) {
-                if ((*event)["event"] != "page") continue;
+                // Deliveries a call caused go with its result.
+                if ((*event)["event"] != "page" || event->isMember("inline")) continue;
                 PageKey page;
-                page.kind = (*event)["page"].asString();
-                page.webIndex = (*event)["webindex"].asInt();
-                if (page.kind == "worker") page.workerId = (*event)["workerId"].asString();
-                Json::Value answer;
-                answer["type"] = "answer";
-                answer["page"]["kind"] = page.kind;
-                answer["page"]["webIndex"] = page.webIndex;
-                answer["callbackId"] = (*event)[page.kind == "render" ? "callId" : "callbackid"].asString();
-                answer["answer"] = (*event)["envelope"];
-                const std::string text = Compact(answer);
-                for (const auto& c : Open()) {
-                    if (c->Carries(page)) c->Send(text);
-                }
+                const Json::Value delivery = Delivery(*event, page);
+                Deliver(delivery, page);
             }
         }
     }
