@@ -177,6 +177,9 @@ void DevSession::OnEvent(const Json::Value& event) {
     Json::Value extra;  // a card for work the host answers itself
     if (kind == "result" && m_result) {
         *m_result = event;
+        published["callbackId"] = m_currentCallback;
+        published["pageKind"] = m_current.kind;
+        published["webindex"] = m_current.webIndex;
     } else if (kind == "error") {
         m_refusal = event["message"].asString();
     }
