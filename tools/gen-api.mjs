@@ -41,11 +41,37 @@ function fieldTable(fields) {
   return ["| key | type | required | meaning |", "|---|---|---|---|", ...fieldRows(fields)];
 }
 
-function failureRows(method) {
-  const rows = [['"Invalid method." (with "support": false)', "the name is unknown, or not served on the calling page's kind"]];
+function failureRows(module, method) {
+  // JSCallNative has one handler table per page kind; the other modules take
+  // every name on both kinds and refuse the other kind in the handler.
+  const rows = module.name === "JSCallNative" || method.pages.length === 2
+    ? [['"Invalid method." (with "support": false)', module.name === "JSCallNative" ? "the name is unknown, or not served on the calling page's kind" : "the name is unknown"]]
+    : [['"Invalid method." (with "support": false)', "the name is unknown"],
+       ['(none: the envelope says "failed")', `called from a ${method.pages[0] === "render" ? "worker" : "render"} page`]];
   for (const guard of method.guards) rows.push([q(GUARD_TEXTS[guard][0]), GUARD_TEXTS[guard][1]]);
   for (const m of method.messages) rows.push([q(m.text), m.when]);
   return rows.map(([text, when]) => `| ${cell(text)} | ${cell(when)} |`);
+}
+
+// A value of a field's type, for the examples.
+function exampleValue(field) {
+  if (field.values) return field.values[0];
+  if (field.type === "object") return field.fields?.length ? exampleObject(field.fields) : {};
+  return { string: "…", integer: 0, number: 0, boolean: true, array: [], any: null }[field.type] ?? null;
+}
+const exampleObject = (fields) => Object.fromEntries(fields.filter((f) => f.name !== "*").map((f) => [f.name, exampleValue(f)]));
+
+// What the SDK resolves a call with: the envelope around the documented data,
+// or the host's own answer as the host gives it (its example says so).
+function exampleAnswer(method) {
+  const hostDecides = method.data?.length === 1 && method.data[0].name === "*";
+  if (method.name === "canIUse") return true;
+  if (["callID", "hostLater"].includes(method.answer)) {
+    return hostDecides || !method.data?.length ? "(the host's own answer, as it is; in the dev host, the card's answer)" : exampleObject(method.data);
+  }
+  const data = !method.data?.length ? null
+    : hostDecides ? "(the \"data\" the host finishes the work with; in the dev host, the card's answer's \"data\")" : exampleObject(method.data);
+  return { success: true, message: "success", data };
 }
 
 function methodSection(module, method) {
@@ -66,7 +92,8 @@ function methodSection(module, method) {
     const where = ["callID", "hostLater"].includes(method.answer) ? "The host's answer" : 'The answer\'s "data"';
     lines.push(`${where}:`, "", ...fieldTable(method.data), "");
   }
-  lines.push("Failures:", "", "| \"message\" | when |", "|---|---|", ...failureRows(method), "");
+  lines.push("What the page's promise resolves with:", "", "```json", JSON.stringify(exampleAnswer(method)), "```", "");
+  lines.push("Failures:", "", "| \"message\" | when |", "|---|---|", ...failureRows(module, method), "");
   for (const note of method.notes ?? []) lines.push(`- ${note}`);
   if (method.notes?.length) lines.push("");
   return lines;
@@ -94,6 +121,17 @@ function reference() {
     '"success" or "failed" when the method put none there, "data" null when it put',
     "none, and every other member passed through. A page whose callback id is empty",
     "gets no envelope.",
+    "",
+    "## Page kinds and canIUse",
+    "",
+    "Each method does its work on the page kinds its section names (R render, W worker).",
+    "Called from the other kind it fails: JSCallNative answers \"Invalid method.\" there,",
+    "the other modules fail without a \"message\". The library's `JSCallBasic.canIUse`",
+    "answers whether it has the module or method at all, whatever the calling page's",
+    "kind. The SDK's `canIUse` (and `basic.canIUse`) answers whether this page can use",
+    "it: false for a method of the table not served on the page's kind, without",
+    "asking; the SDK's methods refuse such a call before sending (`MoxPageKindError`),",
+    "and its types offer each method only on the page objects of its kinds.",
     "",
     "## What the host's page policy changes",
     "",

@@ -55,6 +55,8 @@ export class Bridge {
   constructor(
     private readonly transport: Transport,
     private readonly defaults: CallOptions = {},
+    // The method table ("Module.method" -> entry), for canIUse's page kind.
+    private readonly table: Readonly<Record<string, MethodEntry>> = {},
   ) {
     transport.listen(
       (callbackId, answer) => this.deliver(callbackId, answer),
@@ -93,9 +95,14 @@ export class Bridge {
     });
   }
 
-  // Whether the library has the module ("JSStorage") or the method
-  // ("JSStorage.setPasteboard"): the result of JSCallBasic.canIUse.
+  // Whether this page can use the module ("JSStorage") or the method
+  // ("JSStorage.setPasteboard"): the library's JSCallBasic.canIUse, which
+  // does not look at the page kind, and for a method of the table whether it
+  // is served on this page's kind (its call would be refused otherwise).
   async canIUse(name: string, options?: CallOptions): Promise<boolean> {
+    const [module, method] = name.split(/\s/)[0]!.split(".");
+    const known = this.table[`${module}.${method}`];
+    if (known && !known.pages.includes(this.page)) return false;
     const entry: MethodEntry = { module: "JSCallBasic", method: "canIUse", pages: ["render", "worker"], answer: "now" };
     try {
       await this.call(entry, { name }, options);

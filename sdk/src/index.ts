@@ -26,7 +26,11 @@ export type * from "./types.js";
 
 /** What every page object has beside its modules. */
 export interface MoxBase<K extends PageKind> {
-  /** Whether the library has a module ("JSStorage") or a method ("JSStorage.setPasteboard"). */
+  /**
+   * Whether this page can use a module ("JSStorage") or a method
+   * ("JSStorage.setPasteboard"): the library has it and, for a method, serves
+   * it on this page's kind.
+   */
   canIUse(name: string, options?: CallOptions): Promise<boolean>;
   /** The kind of page this object calls from. */
   readonly page: K;
@@ -60,7 +64,7 @@ export function createMox(options: MoxOptions & { page: "worker" }): WorkerMox;
 export function createMox(options: MoxOptions & { page?: PageKind } = {}): RenderMox | WorkerMox {
   const { transport = defaultTransport(), page, ...defaults } = options;
   if (page && page !== transport.page) throw new Error(`createMox: this is a ${transport.page} page, not a ${page} page`);
-  const bridge = new Bridge(transport, defaults);
+  const bridge = new Bridge(transport, defaults, methodEntries);
   const canIUse = (name: string, callOptions?: CallOptions) => bridge.canIUse(name, callOptions);
   return {
     ...bindModules((entry, params, callOptions) => bridge.call(entry, params, callOptions), canIUse),

@@ -118,6 +118,9 @@ test("canIUse is the call's result; a broken transport is not a false", async ()
   transport.failures[2]!(new Error("offline"));
   assert.deepEqual([await yes, await no], [true, false]);
   await assert.rejects(broken, /offline/);
+  const sent = transport.sent.length;
+  assert.equal(await mox.canIUse("JSNetwork.httpRequest"), false, "a worker method on a render page");
+  assert.equal(transport.sent.length, sent, "answered without asking the library");
 });
 
 test("generated functions send their module, method and params", async () => {

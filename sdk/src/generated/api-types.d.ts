@@ -700,7 +700,7 @@ export interface RenderModules {
     /**
      * Whether a module ("JSStorage") or a module's method ("JSStorage.setPasteboard") exists. The answer is the call's result itself; nothing is written into the answer.
      * Pages: render and worker pages. Answer: now (Answered at once).
-     * A false result carries no "message": the envelope says "failed". The SDK's canIUse resolves to the boolean.
+     * A false result carries no "message": the envelope says "failed". The page kind does not matter to the library: a worker-only method is "usable" from a render page too. The SDK's canIUse resolves to a boolean and also answers false for a method not served on the calling page's kind.
      * @see docs/page-api.md#jscallbasiccaniuse
      */
     "canIUse"(params: JSCallBasicCanIUseParams, options?: CallOptions): Promise<boolean>;
@@ -1208,7 +1208,7 @@ export interface WorkerModules {
     /**
      * Whether a module ("JSStorage") or a module's method ("JSStorage.setPasteboard") exists. The answer is the call's result itself; nothing is written into the answer.
      * Pages: render and worker pages. Answer: now (Answered at once).
-     * A false result carries no "message": the envelope says "failed". The SDK's canIUse resolves to the boolean.
+     * A false result carries no "message": the envelope says "failed". The page kind does not matter to the library: a worker-only method is "usable" from a render page too. The SDK's canIUse resolves to a boolean and also answers false for a method not served on the calling page's kind.
      * @see docs/page-api.md#jscallbasiccaniuse
      */
     "canIUse"(params: JSCallBasicCanIUseParams, options?: CallOptions): Promise<boolean>;
@@ -1515,7 +1515,7 @@ export interface AllModules {
     /**
      * Whether a module ("JSStorage") or a module's method ("JSStorage.setPasteboard") exists. The answer is the call's result itself; nothing is written into the answer.
      * Pages: render and worker pages. Answer: now (Answered at once).
-     * A false result carries no "message": the envelope says "failed". The SDK's canIUse resolves to the boolean.
+     * A false result carries no "message": the envelope says "failed". The page kind does not matter to the library: a worker-only method is "usable" from a render page too. The SDK's canIUse resolves to a boolean and also answers false for a method not served on the calling page's kind.
      * @see docs/page-api.md#jscallbasiccaniuse
      */
     "canIUse"(params: JSCallBasicCanIUseParams, options?: CallOptions): Promise<boolean>;
