@@ -9,6 +9,7 @@
 import assert from "node:assert/strict";
 import { appendFileSync, cpSync, mkdirSync, mkdtempSync, rmSync, writeFileSync } from "node:fs";
 import { createServer, request } from "node:http";
+import { connect } from "node:net";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { parseArgs } from "node:util";
@@ -171,6 +172,27 @@ try {
     ]) {
       assert.equal(await status(`${socket}${query}`, { headers: { ...upgrade, ...headers } }), expected, label);
     }
+  });
+  await check("malformed frames and messages from a page never stop the dev host", async () => {
+    const { port } = new URL((await panelRoute(host, "/__moxh5/socket-address")).socket);
+    const frame = (text, first = 0x81) => { // masked with a zero key
+      const body = Buffer.from(text);
+      return Buffer.concat([Buffer.from([first, 0x80 | 126, body.length >> 8, body.length & 255, 0, 0, 0, 0]), body]);
+    };
+    const hostile = [
+      ...["[", "5", '{"type":"call"}', '{"type":"call","call":{"page":{"kind":"render","webIndex":"x"}}}',
+        '{"type":"call","call":{"module":7,"page":{"kind":"worker"}}}', '{"type":"hello","page":[]}', '{"type":"x"}']
+        .map((t) => frame(t)),
+      frame("x", 0x01), frame("y", 0x00), frame("z", 0x8b), Buffer.from([0x81, 0xff, 255, 255, 255, 255, 255, 255, 255, 255]),
+    ];
+    for (const bytes of hostile) {
+      const socket = connect(Number(port), "127.0.0.1");
+      socket.write(`GET /__moxh5/socket?token=${host.token} HTTP/1.1\r\nHost: 127.0.0.1:${port}\r\nUpgrade: websocket\r\n` +
+        "Connection: Upgrade\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\nSec-WebSocket-Version: 13\r\n\r\n");
+      socket.resume().end(bytes);
+      await new Promise((resolve) => socket.on("close", resolve).on("error", resolve));
+    }
+    assert.equal(await page.evaluate(() => moxh5.native.getWorkbenchVersion().then((a) => a.data.WorkbenchVersion)), "3.4.8.3");
   });
   await check("a page of another dev server calls through the dev host", async () => {
     const other = await browser.newPage();
