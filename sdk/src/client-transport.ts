@@ -3,7 +3,9 @@
 // The host defines `__moxh5_send(text)` on the page's global object; the SDK
 // defines `__moxh5_receive(message)`, which the host calls with the call's
 // result ({"type": "result", ...}) and with every later answer
-// ({"type": "answer", ...}), as a JSON text or as an object literal.
+// ({"type": "answer", ...}), as a JSON text or as an object literal. Every SDK
+// instance of the page hears every message (each ignores the ids it did not
+// send), so a second instance does not take the first one's answers.
 import type { CallRequest, CallResult, JsonObject, PageKind, Transport } from "./types.js";
 
 export interface HostScope {
@@ -26,7 +28,16 @@ export class ClientTransport implements Transport {
 
   constructor(private readonly scope: HostScope = globalThis as HostScope) {
     this.page = pageKindOf(scope);
-    scope.__moxh5_receive = (message) => this.receive(message);
+    const key = Symbol.for("moxh5.receivers");
+    const holder = scope as { [key]?: Set<(message: unknown) => void> };
+    if (!holder[key]) {
+      const receivers = new Set<(message: unknown) => void>();
+      holder[key] = receivers;
+      scope.__moxh5_receive = (message) => {
+        for (const receive of receivers) receive(message);
+      };
+    }
+    holder[key].add((message) => this.receive(message));
   }
 
   listen(onDelivery: (callbackId: string, answer: unknown) => void): void {

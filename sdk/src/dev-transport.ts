@@ -1,95 +1,209 @@
 // The transport of a page served by the dev host (moxh5-devhost), which
-// injects `__MOXH5_DEV__` = {"base", "token", "page"} before the SDK.
+// injects `__MOXH5_DEV__` = {"base", "token", "socket", "page"} before the SDK.
 //
-// Calls: POST <base>/__moxh5/call, answered {"registered", "handled",
-// "answer"}. Later answers: server-sent events "answer" on
-// <base>/__moxh5/events; the event's id is the callback id and its data the
-// envelope text as the library delivered it. Data of the form
-// {"callbackId": ..., "answer": ...} is accepted too.
+// A page realm (a document, or a worker) holds one WebSocket to the dev host,
+// kept on the global object and shared by every SDK instance of the realm,
+// so that a page with two SDKs (a bundled one and the injected one) uses one
+// connection. Over it go the calls and their results, the answers the host
+// delivers later and live reloads (docs/devhost.md has the messages). When
+// the connection drops, awaited answers fail with MoxTransportError and the
+// link connects again on its own, asking the dev host where its socket is
+// now (a restarted dev host on the same port, with the same token, is found).
+import { MoxTransportError } from "./errors.js";
 import type { CallRequest, CallResult, JsonObject, PageKind, Transport } from "./types.js";
 
 export interface DevConfig {
   base: string;
   token: string;
+  socket: string;
   page: { kind: PageKind; webIndex?: number; workerId?: string };
 }
 
-// The parts of fetch and EventSource the transport uses (tests pass fakes).
-export type FetchLike = (url: string, init: { method: string; headers: Record<string, string>; body: string }) => Promise<{
-  ok: boolean;
-  status: number;
-  json(): Promise<unknown>;
-}>;
-export interface EventSourceLike {
-  addEventListener(type: string, listener: (event: { data?: unknown; lastEventId?: string }) => void): void;
+// The parts of WebSocket the link uses (tests pass fakes).
+export interface SocketLike {
+  readonly readyState: number;
+  send(text: string): void;
+  close(): void;
+  onopen: ((event: unknown) => void) | null;
+  onmessage: ((event: { data: unknown }) => void) | null;
+  onclose: ((event: unknown) => void) | null;
 }
-export type EventSourceFactory = (url: string) => EventSourceLike;
+export type SocketFactory = (url: string) => SocketLike;
 
-// How long the first call waits for the event stream to open, so that an
-// answer delivered during the call is not missed.
-const STREAM_OPEN_WAIT_MS = 2000;
+type Delivery = (page: DevConfig["page"], callbackId: string, answer: unknown) => void;
+type Loss = (reason: Error) => void;
 
-export class DevTransport implements Transport {
-  readonly page: PageKind;
-  private onDelivery: (callbackId: string, answer: unknown) => void = () => {};
-  private readonly streamOpen: Promise<void>;
+const OPEN = 1;
+const RECONNECT_MS = [100, 250, 500, 1000, 2000];
+
+// One realm's connection, shared by its transports.
+export class DevLink {
+  private socket?: SocketLike;
+  private socketUrl: string;
+  private readonly queue: string[] = [];
+  private readonly results = new Map<string, { resolve: (r: CallResult) => void; reject: (e: Error) => void }>();
+  private readonly deliveries = new Set<Delivery>();
+  private readonly losses = new Set<Loss>();
+  private readonly pages = new Map<string, DevConfig["page"]>();
+  private attempts = 0;
 
   constructor(
     private readonly config: DevConfig,
-    // fetch must be called on the global object, not on the transport.
-    private readonly fetchFn: FetchLike = (url, init) => (globalThis.fetch as unknown as FetchLike)(url, init),
-    openEvents: EventSourceFactory = (url) => new EventSource(url) as unknown as EventSourceLike,
+    private readonly openSocket: SocketFactory = (url) => new WebSocket(url) as unknown as SocketLike,
+    private readonly scope: { location?: { reload(): void }; document?: unknown } = globalThis as object,
   ) {
-    this.page = config.page.kind === "worker" ? "worker" : "render";
-    const events = openEvents(this.eventsUrl());
-    this.streamOpen = new Promise<void>((resolve) => {
-      events.addEventListener("open", () => resolve());
-      setTimeout(resolve, STREAM_OPEN_WAIT_MS);
-    });
-    events.addEventListener("answer", (event) => this.receive(event));
+    this.socketUrl = config.socket;
+    this.connect();
   }
 
-  listen(onDelivery: (callbackId: string, answer: unknown) => void): void {
-    this.onDelivery = onDelivery;
+  // The link of this realm, made on first use.
+  static of(config: DevConfig, scope: object = globalThis): DevLink {
+    const key = Symbol.for("moxh5.devLink");
+    const holder = scope as { [key]?: DevLink };
+    holder[key] ??= new DevLink(config);
+    return holder[key];
   }
 
-  async send(request: CallRequest): Promise<CallResult> {
-    await this.streamOpen;
-    const response = await this.fetchFn(`${this.config.base}/__moxh5/call`, {
-      method: "POST",
-      headers: { "Content-Type": "application/json", "X-MoxH5-Token": this.config.token },
-      body: JSON.stringify({ ...request, page: this.config.page }),
+  subscribe(onDelivery: Delivery, onLost: Loss): void {
+    this.deliveries.add(onDelivery);
+    this.losses.add(onLost);
+  }
+
+  send(page: DevConfig["page"], request: CallRequest): Promise<CallResult> {
+    this.hello(page);
+    return new Promise<CallResult>((resolve, reject) => {
+      this.results.set(request.callbackId, { resolve, reject });
+      this.post({ type: "call", call: { ...request, page } });
     });
-    if (!response.ok) throw new Error(`The dev host refused the call (HTTP ${response.status})`);
-    const body = (await response.json()) as JsonObject;
-    return {
-      registered: body["registered"] === true,
-      handled: body["handled"] === true,
-      answer: (body["answer"] ?? {}) as JsonObject,
+  }
+
+  // Echoes a message through the dev host (the benchmark's floor).
+  echo(payload: JsonObject): Promise<void> {
+    return new Promise((resolve) => {
+      const id = `echo-${Math.random()}`;
+      this.results.set(id, { resolve: () => resolve(), reject: () => resolve() });
+      this.post({ ...payload, type: "echo", callbackId: id });
+    });
+  }
+
+  private hello(page: DevConfig["page"]): void {
+    const key = JSON.stringify(page);
+    if (this.pages.has(key)) return;
+    this.pages.set(key, page);
+    // Not queued: an opening socket says hello for every page first.
+    if (this.socket?.readyState === OPEN) this.socket.send(JSON.stringify({ type: "hello", page }));
+  }
+
+  private post(message: JsonObject): void {
+    const text = JSON.stringify(message);
+    if (this.socket?.readyState === OPEN) this.socket.send(text);
+    else this.queue.push(text);
+  }
+
+  private connect(): void {
+    const url = `${this.socketUrl}?token=${encodeURIComponent(this.config.token)}`;
+    let socket: SocketLike;
+    try {
+      socket = this.openSocket(url);
+    } catch {
+      this.retry();
+      return;
+    }
+    this.socket = socket;
+    socket.onopen = () => {
+      this.attempts = 0;
+      for (const page of this.pages.values()) socket.send(JSON.stringify({ type: "hello", page }));
+      for (const text of this.queue.splice(0)) socket.send(text);
+    };
+    socket.onmessage = (event) => this.receive(event.data);
+    socket.onclose = () => {
+      if (this.socket !== socket) return;
+      this.socket = undefined;
+      const lost = new MoxTransportError("the connection to the dev host was lost");
+      for (const [, waiting] of this.results) waiting.reject(lost);
+      this.results.clear();
+      this.queue.length = 0;
+      for (const onLost of this.losses) onLost(lost);
+      this.retry();
     };
   }
 
-  private eventsUrl(): string {
-    const { kind, webIndex, workerId } = this.config.page;
-    const query = new URLSearchParams({ token: this.config.token, kind: kind });
-    if (kind === "worker") query.set("workerId", workerId ?? "");
-    else query.set("webIndex", String(webIndex ?? 0));
-    return `${this.config.base}/__moxh5/events?${query}`;
+  private retry(): void {
+    const delay = RECONNECT_MS[Math.min(this.attempts++, RECONNECT_MS.length - 1)];
+    setTimeout(() => void this.reconnect(), delay);
   }
 
-  private receive(event: { data?: unknown; lastEventId?: string }): void {
-    if (typeof event.data !== "string") return;
-    let data: unknown;
+  private async reconnect(): Promise<void> {
     try {
-      data = JSON.parse(event.data);
+      const response = await fetch(`${this.config.base}/__moxh5/socket-address`, {
+        headers: { "X-MoxH5-Token": this.config.token },
+      });
+      if (response.ok) this.socketUrl = ((await response.json()) as { socket: string }).socket;
+    } catch {
+      // The dev host is not back yet: try its last address anyway.
+    }
+    this.connect();
+  }
+
+  private receiveAnswer(message: JsonObject): void {
+    const page = message["page"] as DevConfig["page"];
+    for (const onDelivery of this.deliveries) onDelivery(page, String(message["callbackId"] ?? ""), message["answer"]);
+  }
+
+  private receive(data: unknown): void {
+    if (typeof data !== "string") return;
+    let message: JsonObject;
+    try {
+      message = JSON.parse(data) as JsonObject;
     } catch {
       return;
     }
-    if (event.lastEventId) {
-      this.onDelivery(event.lastEventId, data);
-    } else if (typeof data === "object" && data !== null && "callbackId" in data) {
-      const wrapped = data as JsonObject;
-      this.onDelivery(String(wrapped["callbackId"]), wrapped["answer"]);
+    const id = String(message["callbackId"] ?? "");
+    if (message["type"] === "result" || message["type"] === "echo") {
+      const waiting = this.results.get(id);
+      if (!waiting) return;
+      this.results.delete(id);
+      if (typeof message["error"] === "string") {
+        waiting.reject(new MoxTransportError(`The dev host refused the call: ${message["error"]}`));
+      } else {
+        waiting.resolve({
+          registered: message["registered"] === true,
+          handled: message["handled"] === true,
+          answer: (message["answer"] ?? {}) as JsonObject,
+        });
+      }
+      // The deliveries the call caused at once come with its result.
+      const deliveries = message["deliveries"];
+      if (Array.isArray(deliveries)) for (const delivery of deliveries) this.receiveAnswer(delivery as JsonObject);
+    } else if (message["type"] === "answer") {
+      this.receiveAnswer(message);
+    } else if (message["type"] === "reload" && this.scope.document !== undefined) {
+      this.scope.location?.reload();
     }
+  }
+}
+
+export class DevTransport implements Transport {
+  readonly page: PageKind;
+
+  constructor(
+    private readonly config: DevConfig,
+    private readonly link: DevLink = DevLink.of(config),
+  ) {
+    this.page = config.page.kind === "worker" ? "worker" : "render";
+  }
+
+  listen(onDelivery: (callbackId: string, answer: unknown) => void, onLost?: (reason: Error) => void): void {
+    const mine = this.config.page;
+    this.link.subscribe(
+      (page, callbackId, answer) => {
+        if (page?.kind === mine.kind && (page.webIndex ?? 0) === (mine.webIndex ?? 0)) onDelivery(callbackId, answer);
+      },
+      (reason) => onLost?.(reason),
+    );
+  }
+
+  send(request: CallRequest): Promise<CallResult> {
+    return this.link.send(this.config.page, request);
   }
 }

@@ -16,9 +16,19 @@ export interface MethodEntry {
 
 export type JsonObject = { [key: string]: unknown };
 
-// The envelope a page hears: the method's answer with "success", "message"
-// and "data" always present.
+/**
+ * The envelope a page hears: the method's answer with "success", "message"
+ * and "data" always present (the library's internal flags left out).
+ */
 export type MoxAnswer<D = unknown> = JsonObject & { success: boolean; message: string; data: D };
+
+/** Per-call options, the last argument of every method. */
+export interface CallOptions {
+  /** Reject with MoxTimeoutError when no answer came within this many milliseconds. */
+  timeoutMs?: number;
+  /** Reject with the signal's reason when it aborts (the host may still do the work). */
+  signal?: AbortSignal;
+}
 
 // One call as a transport sends it to the host.
 export interface CallRequest {
@@ -40,8 +50,10 @@ export interface CallResult {
 // Carries calls to the host and answers back. `send` settles with the call's
 // result; answers delivered later (the unified envelope, or the host's own
 // answer under the page's "callID") reach the listener given to `listen`.
+// `onLost`, when the transport has it, hears that answers still awaited will
+// never come (the connection to the host went away).
 export interface Transport {
   readonly page: PageKind;
   send(request: CallRequest): Promise<CallResult>;
-  listen(onDelivery: (callbackId: string, answer: unknown) => void): void;
+  listen(onDelivery: (callbackId: string, answer: unknown) => void, onLost?: (reason: Error) => void): void;
 }

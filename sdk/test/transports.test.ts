@@ -3,7 +3,8 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { ClientTransport, type HostScope } from "../src/client-transport.js";
-import { DevTransport, type EventSourceLike } from "../src/dev-transport.js";
+import { DevLink, DevTransport } from "../src/dev-transport.js";
+import { MoxTransportError } from "../src/errors.js";
 import type { CallRequest } from "../src/types.js";
 
 const request: CallRequest = { module: "JSCallNative", method: "saveFile", params: { tempFilePath: "a" }, callbackId: "4" };
@@ -35,49 +36,69 @@ test("client: no host bridge rejects; page kind from the global object", async (
   await assert.rejects(render.send(request), /__moxh5_send/);
 });
 
-function fakeDevHost(status = 200) {
-  const listeners = new Map<string, (event: { data?: unknown; lastEventId?: string }) => void>();
-  const calls: Array<{ url: string; headers: Record<string, string>; body: unknown }> = [];
-  const events: string[] = [];
-  const transport = new DevTransport(
-    { base: "http://127.0.0.1:1", token: "t0k", page: { kind: "render", webIndex: 3 } },
-    async (url, init) => {
-      calls.push({ url, headers: init.headers, body: JSON.parse(init.body) });
-      return { ok: status === 200, status, json: async () => ({ ...result, extra: 1 }) };
-    },
-    (url): EventSourceLike => {
-      events.push(url);
-      return { addEventListener: (type, listener) => void listeners.set(type, listener) };
-    },
-  );
-  return { transport, calls, events, emit: (type: string, event: object) => listeners.get(type)!(event) };
+class FakeSocket {
+  readyState = 0;
+  sent: Array<Record<string, unknown>> = [];
+  onopen: ((e: unknown) => void) | null = null;
+  onmessage: ((e: { data: unknown }) => void) | null = null;
+  onclose: ((e: unknown) => void) | null = null;
+  constructor(readonly url: string) {}
+  send(text: string) { this.sent.push(JSON.parse(text)); }
+  close() {}
+  open() { this.readyState = 1; this.onopen?.({}); }
+  hear(message: unknown) { this.onmessage?.({ data: typeof message === "string" ? message : JSON.stringify(message) }); }
 }
 
-test("dev: posts the call with token and page once the stream is open", async () => {
+function fakeDevHost() {
+  const sockets: FakeSocket[] = [];
+  const reloads: number[] = [];
+  const config = { base: "http://127.0.0.1:1", token: "t k", socket: "ws://127.0.0.1:2/__moxh5/socket", page: { kind: "render" as const, webIndex: 3 } };
+  const link = new DevLink(config, (url) => { const s = new FakeSocket(url); sockets.push(s); return s; },
+    { document: {}, location: { reload: () => void reloads.push(1) } });
+  return { link, sockets, reloads, transport: new DevTransport(config, link), config };
+}
+
+test("dev: one socket per realm; calls wait for it to open, then carry the page", async () => {
   const host = fakeDevHost();
-  assert.deepEqual(host.events, ["http://127.0.0.1:1/__moxh5/events?token=t0k&kind=render&webIndex=3"]);
-  const sending = host.transport.send({ ...request, callID: 4 });
-  await new Promise((r) => setImmediate(r));
-  assert.equal(host.calls.length, 0, "waits for the event stream");
-  host.emit("open", {});
+  const other = new DevTransport({ ...host.config, page: { kind: "render", webIndex: 4 } }, host.link);
+  const sending = host.transport.send(request);
+  const second = other.send({ ...request, callbackId: "5" });
+  const [socket] = host.sockets;
+  assert.deepEqual([host.sockets.length, socket!.url, socket!.sent.length], [1, "ws://127.0.0.1:2/__moxh5/socket?token=t%20k", 0]);
+  socket!.open();
+  assert.deepEqual(socket!.sent.map((m) => m["type"]), ["hello", "hello", "call", "call"]);
+  assert.deepEqual(socket!.sent[2], { type: "call", call: { ...request, page: { kind: "render", webIndex: 3 } } });
+  socket!.hear({ type: "result", callbackId: "4", ...result, extra: 1 });
+  socket!.hear({ type: "result", callbackId: "5", error: "\"page\" must be an object" });
   assert.deepEqual(await sending, result);
-  assert.deepEqual([host.calls[0]!.url, host.calls[0]!.headers["X-MoxH5-Token"]], ["http://127.0.0.1:1/__moxh5/call", "t0k"]);
-  assert.deepEqual(host.calls[0]!.body, { ...request, callID: 4, page: { kind: "render", webIndex: 3 } });
-  const refused = fakeDevHost(403);
-  refused.emit("open", {});
-  await assert.rejects(refused.transport.send(request), /HTTP 403/);
+  await assert.rejects(second, (e) => e instanceof MoxTransportError && /refused the call: "page" must be an object/.test(e.message));
 });
 
-test("dev: events by id or wrapped reach the listener; malformed ones are dropped", () => {
+test("dev: answers reach the transport of their page; junk is dropped; reload reloads", () => {
   const host = fakeDevHost();
   const delivered: Array<[string, unknown]> = [];
   host.transport.listen((id, answer) => delivered.push([id, answer]));
-  host.emit("answer", { lastEventId: "7", data: '{"success":true,"message":"success","data":null}' });
-  host.emit("answer", { data: '{"callbackId":"8","answer":{"finded":true}}' });
-  host.emit("answer", { lastEventId: "9", data: "{broken" });
-  host.emit("answer", { data: '{"success":true}' });
-  assert.deepEqual(delivered, [
-    ["7", { success: true, message: "success", data: null }],
-    ["8", { finded: true }],
-  ]);
+  const socket = host.sockets[0]!;
+  socket.open();
+  socket.hear({ type: "answer", page: { kind: "render", webIndex: 3 }, callbackId: "7", answer: { success: true } });
+  socket.hear({ type: "answer", page: { kind: "render", webIndex: 9 }, callbackId: "8", answer: { success: true } });
+  socket.hear({ type: "answer", page: { kind: "worker", webIndex: 3 }, callbackId: "9", answer: {} });
+  for (const junk of ["{broken", "5", { type: "result", callbackId: "404" }]) socket.hear(junk);
+  socket.hear({ type: "reload" });
+  assert.deepEqual([delivered, host.reloads.length], [[["7", { success: true }]], 1]);
+});
+
+test("dev: a lost connection fails what waits and connects again", async () => {
+  const host = fakeDevHost();
+  const lost: string[] = [];
+  host.transport.listen(() => {}, (reason) => lost.push(reason.message));
+  const socket = host.sockets[0]!;
+  socket.open();
+  const sending = host.transport.send(request);
+  socket.readyState = 3;
+  socket.onclose?.({});
+  await assert.rejects(sending, MoxTransportError);
+  assert.deepEqual(lost, ["the connection to the dev host was lost"]);
+  await new Promise((r) => setTimeout(r, 150));
+  assert.equal(host.sockets.length, 2, "a new socket after the first retry delay");
 });

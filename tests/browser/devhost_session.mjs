@@ -13,20 +13,38 @@ export function skip(reason) {
   process.exit(77);
 }
 
-// The bundle as the page gets it from /__moxh5/sdk.js.
-export function bundleSdk(outDir) {
+// The bundle as the page gets it from /__moxh5/sdk.js; with `format` "esm",
+// the ES module bundle a page would bundle itself.
+export function bundleSdk(outDir, format = "iife") {
   const esbuild = join(root, "node_modules", ".bin", "esbuild");
   if (!existsSync(esbuild)) skip("esbuild is not installed; run npm ci (tools/setup.sh does)");
-  const file = join(outDir, "moxh5-sdk.js");
-  const done = spawnSync(esbuild, [join(root, "sdk/src/global.ts"), "--bundle", "--target=es2020",
-    "--format=iife", "--log-level=warning", `--outfile=${file}`], { stdio: "inherit" });
+  const esm = format === "esm";
+  const file = join(outDir, esm ? "moxh5-sdk.mjs" : "moxh5-sdk.js");
+  const done = spawnSync(esbuild, [join(root, esm ? "sdk/src/index.ts" : "sdk/src/global.ts"), "--bundle",
+    "--target=es2020", `--format=${format}`, "--log-level=warning", `--outfile=${file}`], { stdio: "inherit" });
   if (done.status !== 0) throw new Error("bundling the SDK failed");
   return file;
 }
 
+// A request to the dev host's panel routes, with the token.
+export async function panelRoute(host, path, body) {
+  const response = await fetch(new URL(path, host.page), {
+    method: body === undefined ? "GET" : "POST",
+    headers: { "X-MoxH5-Token": host.token, "Content-Type": "application/json" },
+    body: body === undefined ? undefined : JSON.stringify(body),
+  });
+  const reply = await response.json();
+  if (!response.ok) throw new Error(`${path}: ${reply.error}`);
+  return reply;
+}
+
+// Chromium's switches for tests: headless, no network of its own.
+export const chromiumArgs = ["--disable-background-networking", "--disable-component-update", "--disable-sync",
+  "--no-first-run", ...(process.getuid?.() === 0 ? ["--no-sandbox"] : [])];
+
 // Runs the dev host on `folder`; resolves to {page, panel, token, stop}.
-export function startDevhost(devhost, sdk, folder) {
-  const child = spawn(devhost, ["--port", "0", "--sdk", sdk, folder], { stdio: ["ignore", "pipe", "inherit"] });
+export function startDevhost(devhost, sdk, folder, extra = []) {
+  const child = spawn(devhost, ["--port", "0", "--sdk", sdk, ...extra, folder], { stdio: ["ignore", "pipe", "inherit"] });
   return new Promise((resolve, reject) => {
     let out = "";
     child.on("exit", (code) => reject(new Error(`moxh5-devhost exited (${code}): ${out}`)));
@@ -36,7 +54,7 @@ export function startDevhost(devhost, sdk, folder) {
       if (page && panel) {
         child.removeAllListeners("exit");
         resolve({ page: page[1], panel: panel[1], token: new URL(panel[1]).searchParams.get("token"),
-          stop: () => child.kill() });
+          stop: () => child.kill(), child });
       }
     });
   });
@@ -51,10 +69,8 @@ export async function launchChromium() {
   }
   const executablePath = process.env.MOXH5_CHROMIUM || "/usr/bin/chromium";
   if (!existsSync(executablePath)) skip(`no Chromium at ${executablePath} (tools/setup.sh installs it)`);
-  // Chromium's sandbox cannot run as root.
-  const args = process.getuid?.() === 0 ? ["--no-sandbox"] : [];
   try {
-    return await chromium.launch({ executablePath, headless: true, args });
+    return await chromium.launch({ executablePath, headless: true, args: chromiumArgs });
   } catch (error) {
     skip(`Chromium cannot start: ${error.message.split("\n")[0]}`);
   }

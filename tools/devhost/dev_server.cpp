@@ -10,7 +10,12 @@
 #include <sstream>
 
 #include "tools/devhost/dev_session.h"
+#include "tools/devhost/page_socket.h"
 #include "tools/devhost/request_rules.h"
+
+#include <condition_variable>
+#include <ctime>
+#include <thread>
 
 namespace moxh5::devhost {
 
@@ -73,6 +78,39 @@ std::string EventFrame(const char* name, const std::string& id, const std::strin
     return frame + "data: " + data + "\n\n";
 }
 
+// A first web index that differs from run to run, so that a page still open
+// from an earlier run of the dev host never shares its index with a new one.
+int FirstWebIndex() { return static_cast<int>(std::time(nullptr) % 20000) * 100000 + 1; }
+
+// A signature of the folder's files (names, sizes, times), to notice edits.
+std::string FolderSignature(const std::filesystem::path& root, const std::filesystem::path& sdk) {
+    std::string signature;
+    std::error_code error;
+    size_t files = 0;
+    const auto add = [&](const std::filesystem::path& file) {
+        std::error_code e;
+        const auto time = std::filesystem::last_write_time(file, e).time_since_epoch().count();
+        signature += file.u8string() + ":" + std::to_string(std::filesystem::file_size(file, e)) + ":" +
+                     std::to_string(time) + "\n";
+    };
+    for (auto it = std::filesystem::recursive_directory_iterator(
+             root, std::filesystem::directory_options::skip_permission_denied, error);
+         !error && it != std::filesystem::recursive_directory_iterator() && files < 5000;
+         it.increment(error)) {
+        const std::string name = it->path().filename().u8string();
+        if (!name.empty() && (name[0] == '.' || name == "node_modules")) {
+            if (it->is_directory(error)) it.disable_recursion_pending();
+            continue;
+        }
+        if (it->is_regular_file(error)) {
+            add(it->path());
+            ++files;
+        }
+    }
+    add(sdk);
+    return signature;
+}
+
 }  // namespace
 
 struct DevServer::Impl {
@@ -80,10 +118,51 @@ struct DevServer::Impl {
     EventHub hub{kBacklog};
     DevSession session;
     httplib::Server server;
-    std::atomic<int> nextWebIndex{1};
+    PageSockets sockets;
+    std::atomic<int> nextWebIndex{FirstWebIndex()};
     int port = 0;
+    int socketPort = 0;
+    std::thread watcher;
+    std::mutex watchMutex;
+    std::condition_variable watchStop;
+    bool stopped = false;
 
-    explicit Impl(ServerOptions o) : options(std::move(o)), session(hub, options.logThreshold) {}
+    explicit Impl(ServerOptions o)
+        : options(std::move(o)),
+          session(hub, options.logThreshold),
+          sockets(session, hub, SocketOptions{options.token, 0, options.allowedOrigins}) {}
+
+    Json::Value DevSettings(const std::string& base, const std::string& kind) {
+        Json::Value dev;
+        dev["base"] = base;
+        dev["token"] = options.token;
+        dev["socket"] = "ws://127.0.0.1:" + std::to_string(socketPort) + "/__moxh5/socket";
+        dev["page"]["kind"] = kind;
+        dev["page"]["webIndex"] = nextWebIndex++;
+        return dev;
+    }
+
+    bool OriginListed(const std::string& origin) const {
+        return std::find(options.allowedOrigins.begin(), options.allowedOrigins.end(), origin) !=
+               options.allowedOrigins.end();
+    }
+
+    void Watch() {
+        std::string last = FolderSignature(options.root, options.sdkFile);
+        std::unique_lock<std::mutex> lock(watchMutex);
+        while (!watchStop.wait_for(lock, std::chrono::milliseconds(400), [this] { return stopped; })) {
+            lock.unlock();
+            const std::string now = FolderSignature(options.root, options.sdkFile);
+            if (now != last) {
+                last = now;
+                sockets.Broadcast(R"({"type":"reload"})");
+                Json::Value event;
+                event["event"] = "reload";
+                hub.Publish(std::move(event));
+            }
+            lock.lock();
+        }
+    }
 
     bool Authorized(const httplib::Request& req) const {
         std::string presented = req.get_header_value("X-MoxH5-Token");
@@ -94,7 +173,8 @@ struct DevServer::Impl {
     bool SameOrigin(const httplib::Request& req) const {
         if (!req.has_header("Origin")) return true;
         const std::string origin = req.get_header_value("Origin");
-        return origin.rfind("http://", 0) == 0 && IsAllowedHost(origin.substr(7), port);
+        return (origin.rfind("http://", 0) == 0 && IsAllowedHost(origin.substr(7), port)) ||
+               OriginListed(origin);
     }
 
     httplib::Server::HandlerResponse Guard(const httplib::Request& req, httplib::Response& res) {
@@ -117,14 +197,7 @@ struct DevServer::Impl {
             res.set_content("not found\n", "text/plain");
             return;
         }
-        if (IsHtmlFile(*file)) {
-            Json::Value dev;
-            dev["base"] = "";
-            dev["token"] = options.token;
-            dev["page"]["kind"] = "render";
-            dev["page"]["webIndex"] = nextWebIndex++;
-            content = InjectDevScripts(content, Compact(dev));
-        }
+        if (IsHtmlFile(*file)) content = InjectDevScripts(content, Compact(DevSettings("", "render")));
         res.set_content(content, ContentTypeOf(*file).c_str());
     }
 
@@ -241,6 +314,41 @@ struct DevServer::Impl {
         server.Get("/__moxh5/pending", [this](const httplib::Request&, httplib::Response& res) {
             SendJson(res, 200, session.Pending());
         });
+        server.Get("/__moxh5/auto", [this](const httplib::Request&, httplib::Response& res) {
+            SendJson(res, 200, session.Presets());
+        });
+        server.Post("/__moxh5/auto", [this](const httplib::Request& req, httplib::Response& res) {
+            HandleJson(req, res,
+                       [this](const Json::Value& body, Json::Value& reply, std::string& problem) {
+                           if (!session.SetPreset(body, problem)) return false;
+                           reply = session.Presets();
+                           return true;
+                       });
+        });
+        // The operations whose work waits for the host, by shape (from the
+        // catalogue of host operations).
+        server.Get("/__moxh5/operations", [](const httplib::Request&, httplib::Response& res) {
+            Json::Value list(Json::objectValue);
+            for (const auto& [op, shape] : DevSession::AnsweredLater()) list[op] = shape;
+            SendJson(res, 200, list);
+        });
+        // The dev settings of a new page, for pages another dev server serves
+        // (a script tag with the token; Origin-free, so the token decides).
+        server.Get("/__moxh5/dev.js", [this](const httplib::Request& req, httplib::Response& res) {
+            const std::string kind = req.get_param_value("kind") == "worker" ? "worker" : "render";
+            const std::string base = "http://127.0.0.1:" + std::to_string(port);
+            res.set_content("globalThis.__MOXH5_DEV__ = " + Compact(DevSettings(base, kind)) + ";\n",
+                            "text/javascript; charset=utf-8");
+        });
+        // Where the pages' WebSocket is (a page that lost it asks again: the
+        // dev host may have been restarted on the same port).
+        server.Get("/__moxh5/socket-address", [this](const httplib::Request& req, httplib::Response& res) {
+            if (OriginListed(req.get_header_value("Origin")))
+                res.set_header("Access-Control-Allow-Origin", req.get_header_value("Origin"));
+            Json::Value reply;
+            reply["socket"] = "ws://127.0.0.1:" + std::to_string(socketPort) + "/__moxh5/socket";
+            SendJson(res, 200, reply);
+        });
         server.Get("/__moxh5/events", [this](const httplib::Request& req, httplib::Response& res) {
             PageEvents(req, res);
         });
@@ -270,14 +378,31 @@ int DevServer::Bind() {
                            : m_impl->server.bind_to_port("127.0.0.1", wanted);
     if (!bound) return -1;
     if (wanted != 0) m_impl->port = wanted;
+    m_impl->socketPort = m_impl->sockets.Bind(0);
+    if (m_impl->socketPort < 0) return -1;
+    m_impl->sockets.SetHttpPort(m_impl->port);
     return m_impl->port;
 }
 
-void DevServer::Serve() { m_impl->server.listen_after_bind(); }
+int DevServer::SocketPort() const { return m_impl->socketPort; }
+
+void DevServer::Serve() {
+    m_impl->sockets.Start();
+    if (m_impl->options.liveReload) m_impl->watcher = std::thread([this] { m_impl->Watch(); });
+    m_impl->server.listen_after_bind();
+}
 
 void DevServer::Stop() {
+    {
+        std::lock_guard<std::mutex> lock(m_impl->watchMutex);
+        if (m_impl->stopped) return;
+        m_impl->stopped = true;
+    }
+    m_impl->watchStop.notify_all();
     m_impl->hub.Close();
     m_impl->server.stop();
+    m_impl->sockets.Stop();
+    if (m_impl->watcher.joinable()) m_impl->watcher.join();
 }
 
 }  // namespace moxh5::devhost

@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace moxh5::devhost {
 
@@ -18,6 +19,8 @@ struct ServerOptions {
     int port = 0;                   // 0: any free port
     std::string token;              // the run's token
     int logThreshold = 0;           // log lines at this priority or more urgent are shown
+    std::vector<std::string> allowedOrigins;  // other dev servers' pages that may connect
+    bool liveReload = true;         // reload open pages when a file of the folder changes
 };
 
 class DevServer {
@@ -27,8 +30,10 @@ public:
     DevServer(const DevServer&) = delete;
     DevServer& operator=(const DevServer&) = delete;
 
-    // Binds 127.0.0.1; returns the port, or -1 when it cannot be bound.
+    // Binds 127.0.0.1 (the HTTP port and the pages' WebSocket port);
+    // returns the HTTP port, or -1 when either cannot be bound.
     int Bind();
+    int SocketPort() const;
     // Serves until Stop (from another thread or a signal handler's thread).
     void Serve();
     void Stop();

@@ -101,6 +101,16 @@ bool IsHtmlFile(const std::filesystem::path& file) {
     return extension == ".html" || extension == ".htm";
 }
 
+bool BundlesSdk(const std::string& html) {
+    const std::string lower = Lower(html);
+    for (size_t at = lower.find("<meta"); at != std::string::npos; at = lower.find("<meta", at + 5)) {
+        const std::string tag = lower.substr(at, lower.find('>', at) - at);
+        if (tag.find("moxh5-sdk") != std::string::npos && tag.find("bundled") != std::string::npos)
+            return true;
+    }
+    return false;
+}
+
 std::string InjectDevScripts(const std::string& html, const std::string& devConfig) {
     // "</" inside the config would end the script element early.
     std::string config;
@@ -109,8 +119,8 @@ std::string InjectDevScripts(const std::string& html, const std::string& devConf
         if (devConfig[i] == '<' && i + 1 < devConfig.size() && devConfig[i + 1] == '/')
             config += "\\";
     }
-    const std::string scripts = "<script>globalThis.__MOXH5_DEV__ = " + config +
-                                ";</script>\n<script src=\"/__moxh5/sdk.js\"></script>\n";
+    std::string scripts = "<script>globalThis.__MOXH5_DEV__ = " + config + ";</script>\n";
+    if (!BundlesSdk(html)) scripts += "<script src=\"/__moxh5/sdk.js\"></script>\n";
     const size_t head = Lower(html).find("</head>");
     if (head == std::string::npos) return scripts + html;
     return html.substr(0, head) + scripts + html.substr(head);

@@ -38,7 +38,12 @@ bool IsHtmlFile(const std::filesystem::path& file);
 
 // `html` with the dev transport's two script tags inserted before the first
 // "</head>" (any letter case), or at the top when there is none. `devConfig`
-// is the JSON text assigned to globalThis.__MOXH5_DEV__.
+// is the JSON text assigned to globalThis.__MOXH5_DEV__. A page that bundles
+// the SDK itself says so with <meta name="moxh5-sdk" content="bundled"> and
+// gets only the settings, not a second SDK.
 std::string InjectDevScripts(const std::string& html, const std::string& devConfig);
+
+// True when the page declares that it bundles the SDK (the meta tag above).
+bool BundlesSdk(const std::string& html);
 
 }  // namespace moxh5::devhost
