@@ -116,7 +116,7 @@ PACKAGES=(
   libjsoncpp-dev libfmt-dev libgtest-dev libgmock-dev libbenchmark-dev
   mingw-w64 g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix binutils-mingw-w64
   wine wine64
-  dpkg-dev python3 llvm
+  dpkg-dev python3 llvm lld
   xvfb xauth
   # moxh5-devhost's HTTP library and the browser its tests drive
   libcpp-httplib-dev chromium

@@ -89,8 +89,10 @@ std::string Compact(const Json::Value& value) {
     return Json::writeString(builder, value);
 }
 
-// Reads the expected events; blank lines and '#' comments are skipped.
-bool ReadExpected(const std::string& path, std::vector<Json::Value>& expected,
+// Reads the expected events; blank lines and '#' comments are skipped, and
+// so are lines whose "underPolicy" ("default" or "unrestricted") names the
+// other page policy: those record where the two policies answer differently.
+bool ReadExpected(const std::string& path, bool unrestricted, std::vector<Json::Value>& expected,
                   std::string& problem) {
     std::ifstream in(path, std::ios::binary);
     if (!in) {
@@ -109,6 +111,16 @@ bool ReadExpected(const std::string& path, std::vector<Json::Value>& expected,
             problem = path + ":" + std::to_string(number) + ": not JSON: " + error;
             return false;
         }
+        if (value.isObject() && value.isMember("underPolicy")) {
+            Json::Value policy;
+            value.removeMember("underPolicy", &policy);
+            if (policy != "default" && policy != "unrestricted") {
+                problem = path + ":" + std::to_string(number) +
+                          ": \"underPolicy\" must be \"default\" or \"unrestricted\"";
+                return false;
+            }
+            if ((policy == "unrestricted") != unrestricted) continue;
+        }
         expected.push_back(value);
     }
     return true;
@@ -122,7 +134,7 @@ int main(int argc, char** argv) {
     if (!ParseArguments(argc, argv, args, problem)) return Usage(problem.c_str());
 
     std::vector<Json::Value> expected;
-    if (!args.expectPath.empty() && !ReadExpected(args.expectPath, expected, problem)) {
+    if (!args.expectPath.empty() && !ReadExpected(args.expectPath, args.unrestricted, expected, problem)) {
         return Usage(problem.c_str());
     }
     std::ifstream file;
