@@ -10,8 +10,12 @@
 #              closing pages, every page call answered exactly once
 #   mingw-x64  Windows x86_64 cross build; tests and the installed package's
 #              consumer run under Wine
-#   mingw-x86  Windows i686 cross build; its tests run under 32-bit Wine where
-#              it is installed and are reported as skipped where it is not
+#   mingw-x86  Windows i686 cross build (the DLL that ships); its tests run
+#              under 32-bit Wine. Where the kernel cannot start 32-bit programs
+#              and Wine's 32-bit side runs through qemu's user emulation (about
+#              a minute per program start), the boundary, C interface,
+#              MSVC-style host, DLL and tour tests run, and the rest is listed
+#              as not run; MOXH5_I686_FULL=1 runs them all (about 35 minutes)
 #   fuzz       a short libFuzzer run over every module (MOXH5_FUZZ_SECONDS)
 # First it prints the test-to-code line ratios (tools/test_ratio.sh).
 # Stops at the first failure. Set MOXH5_SKIP_SETUP=1 to skip the set-up step.
@@ -54,6 +58,13 @@ bash tools/fuzz.sh "${MOXH5_FUZZ_SECONDS:-60}" 2>&1 | tail -n 6
 step "configure, build and test: mingw-x86"
 cmake --preset mingw-x86 >/dev/null
 cmake --build --preset mingw-x86
-ctest --preset mingw-x86
+I686_UNDER_EMULATION='^(wine_server_start|wine_server_stop|moxh5_host_boundary_test|moxh5_c_interface_test|msvc_style_host|moxh5_dll_exports|moxh5_installed_package|transcript_tour)$'
+if [ -e /proc/sys/fs/binfmt_misc/moxh5-i386 ] && [ "${MOXH5_I686_FULL:-0}" != 1 ]; then
+    echo "32-bit programs run through qemu user emulation on this kernel; not run here:"
+    ctest --preset mingw-x86 -N -E "$I686_UNDER_EMULATION" | sed -n 's/^ *Test *#[0-9]*: /  /p'
+    ctest --preset mingw-x86 -j2 -R "$I686_UNDER_EMULATION"
+else
+    ctest --preset mingw-x86 -j2
+fi
 
 step "all presets passed"

@@ -202,7 +202,7 @@ void DevSession::OnEvent(const Json::Value& event) {
         } else if (kind == "pending") {
             const std::string op = event["op"].asString();
             Card& card = AddCard(op, m_lastArgs[op]);
-            card.libraryWork = event["number"].asUInt64();
+            card.libraryWork = static_cast<size_t>(event["number"].asLargestUInt());
             const Json::Value work = Describe(card);
             for (const std::string& name : work.getMemberNames()) published[name] = work[name];
         }

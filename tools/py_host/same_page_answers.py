@@ -42,6 +42,10 @@ def events(command):
         if not text.startswith("{"):
             continue
         event = json.loads(text)
+        # Hosts run the default page policy: its marked lines count, the
+        # unrestricted policy's do not.
+        if event.pop("underPolicy", "default") != "default":
+            continue
         kind = event.get("event")
         if kind in COMPARED:
             members = COMPARED[kind]
