@@ -1,8 +1,6 @@
 #include "tools/devhost/dev_server.h"
 
 #include <httplib.h>
-#include <json/reader.h>
-#include <json/writer.h>
 
 #include <atomic>
 #include <fstream>
@@ -10,6 +8,7 @@
 #include <sstream>
 
 #include "tools/devhost/dev_session.h"
+#include "tools/devhost/json_io.h"
 #include "tools/devhost/page_socket.h"
 #include "tools/devhost/request_rules.h"
 
@@ -28,27 +27,6 @@ constexpr size_t kBacklog = 2000;
 // Threads that serve connections: each open event stream holds one.
 constexpr size_t kServerThreads = 32;
 constexpr std::chrono::seconds kKeepAlive{10};
-
-std::string Compact(const Json::Value& value) {
-    static const Json::StreamWriterBuilder builder = [] {
-        Json::StreamWriterBuilder b;
-        b["indentation"] = "";
-        b["emitUTF8"] = true;
-        return b;
-    }();
-    return Json::writeString(builder, value);
-}
-
-bool ParseBody(const std::string& text, Json::Value& value) {
-    static const Json::CharReaderBuilder builder = [] {
-        Json::CharReaderBuilder b;
-        Json::CharReaderBuilder::strictMode(&b.settings_);
-        return b;
-    }();
-    std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    std::string error;
-    return reader->parse(text.data(), text.data() + text.size(), &value, &error);
-}
 
 bool ReadFile(const std::filesystem::path& file, std::string& content) {
     std::ifstream in(file, std::ios::binary);
@@ -220,7 +198,7 @@ struct DevServer::Impl {
         const std::function<bool(const Json::Value&, Json::Value&, std::string&)>& run) {
         Json::Value body, reply(Json::objectValue);
         std::string problem = "the body is not JSON";
-        if (ParseBody(req.body, body) && run(body, reply, problem)) {
+        if (ParseStrict(req.body, body) && run(body, reply, problem)) {
             SendJson(res, 200, reply);
         } else {
             SendProblem(res, 400, problem);

@@ -2,8 +2,6 @@
 
 // httplib.h brings each platform's socket headers and its socket_t.
 #include <httplib.h>
-#include <json/reader.h>
-#include <json/writer.h>
 
 #include <algorithm>
 #include <atomic>
@@ -14,6 +12,7 @@
 #include <thread>
 
 #include "tools/devhost/dev_session.h"
+#include "tools/devhost/json_io.h"
 #include "tools/devhost/request_rules.h"
 #include "tools/devhost/websocket.h"
 
@@ -32,27 +31,6 @@ constexpr int kShutBoth = SD_BOTH;
 void CloseSocket(socket_t s) { close(s); }
 constexpr int kShutBoth = SHUT_RDWR;
 #endif
-
-std::string Compact(const Json::Value& value) {
-    static const Json::StreamWriterBuilder builder = [] {
-        Json::StreamWriterBuilder b;
-        b["indentation"] = "";
-        b["emitUTF8"] = true;
-        return b;
-    }();
-    return Json::writeString(builder, value);
-}
-
-bool Parse(const std::string& text, Json::Value& value) {
-    static const Json::CharReaderBuilder builder = [] {
-        Json::CharReaderBuilder b;
-        Json::CharReaderBuilder::strictMode(&b.settings_);
-        return b;
-    }();
-    std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    std::string error;
-    return reader->parse(text.data(), text.data() + text.size(), &value, &error);
-}
 
 std::string Lower(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(),
@@ -247,7 +225,7 @@ struct PageSockets::Impl {
 
     void OnMessage(Connection& c, const std::string& text) {
         Json::Value message;
-        if (!Parse(text, message) || !message.isObject() || !message["type"].isString()) {
+        if (!ParseStrict(text, message) || !message.isObject() || !message["type"].isString()) {
             return Reply(c, "error", "a message must be a JSON object with a \"type\"");
         }
         const std::string type = message["type"].asString();
