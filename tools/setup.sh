@@ -26,25 +26,9 @@ ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 DEPS="$ROOT/.deps"
 TRIPLES=${MOXH5_TRIPLES:-"x86_64-w64-mingw32 i686-w64-mingw32"}
 
-log() { printf '[setup] %s\n' "$*"; }
-die() { printf '[setup] error: %s\n' "$*" >&2; exit 1; }
-
-SUDO=()
-if [ "$(id -u)" -ne 0 ]; then
-  command -v sudo >/dev/null 2>&1 || die "must run as root (sudo not available)"
-  SUDO=(sudo)
-fi
-as_root() { "${SUDO[@]}" "$@"; }
-
-export DEBIAN_FRONTEND=noninteractive
-
-APT_UPDATED=0
-apt_update_once() {
-  [ "$APT_UPDATED" = 1 ] && return 0
-  log "apt-get update"
-  as_root apt-get update -qq
-  APT_UPDATED=1
-}
+SETUP_TAG=setup
+# shellcheck source=tools/setup_common.sh
+source "$ROOT/tools/setup_common.sh"
 
 # ------------------------------------------------- source package indexes --
 SRC_SOURCES=/etc/apt/sources.list.d/moxh5-src.sources
@@ -122,22 +106,7 @@ PACKAGES=(
   libcpp-httplib-dev chromium
 )
 
-missing_packages() {
-  local p status
-  for p in "$@"; do
-    status=$(dpkg-query -W -f='${Status}' "$p" 2>/dev/null || true)
-    [ "$status" = "install ok installed" ] || printf '%s\n' "$p"
-  done
-}
-
-mapfile -t missing < <(missing_packages "${PACKAGES[@]}")
-if [ ${#missing[@]} -gt 0 ]; then
-  apt_update_once
-  log "installing: ${missing[*]}"
-  as_root apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
-else
-  log "packages: all installed"
-fi
+install_missing_packages "${PACKAGES[@]}"
 
 # ----------------------------------------------------------- 32-bit Wine --
 # The shipped DLL is the i686 one, so its tests need Wine's 32-bit side. Two
@@ -260,24 +229,7 @@ if wine32_installed && [ "${MOXH5_SKIP_WINE32:-0}" != 1 ] && ! runs_32bit_progra
 fi
 
 # ---------------------------------------------------------------- page kit --
-# Node.js and the npm packages of the page SDK (package-lock.json): TypeScript,
-# esbuild and playwright-core, which never downloads a browser. npm ci runs
-# again only when the lockfile changed since the last run (a stamp in
-# node_modules holds its checksum).
-if ! command -v node >/dev/null 2>&1 || ! command -v npm >/dev/null 2>&1; then
-  apt_update_once
-  log "installing: nodejs npm"
-  as_root apt-get install -y -qq --no-install-recommends nodejs npm >/dev/null
-fi
-NPM_STAMP="$ROOT/node_modules/.moxh5-lock-sha256"
-lock_sum=$(sha256sum "$ROOT/package-lock.json" | cut -d' ' -f1)
-if [ "$(cat "$NPM_STAMP" 2>/dev/null)" != "$lock_sum" ]; then
-  log "npm ci"
-  (cd "$ROOT" && PLAYWRIGHT_SKIP_BROWSER_DOWNLOAD=1 npm ci --no-audit --no-fund --loglevel=error)
-  printf '%s\n' "$lock_sum" >"$NPM_STAMP"
-else
-  log "npm packages: installed"
-fi
+install_page_kit
 
 # ------------------------------------------------------- dependency builds --
 # key | Debian source package | binary package whose version is matched
