@@ -14,7 +14,7 @@ std::tuple<bool, bool> RunDevice(const mox_h5_module_data& call, Json::Value& an
     return ReadySingleton().Execute("JSDevice", call, answer);
 }
 
-// Test the system answer: bitness, "windows", three 16-bit version numbers
+// Test the system answer: the system's bitness, "windows", three 16-bit version numbers
 // (flag bits dropped) and the primary screen's size.
 TEST(DeviceModule, SystemInfoDescribesTheMachine) {
     Json::Value answer(Json::objectValue);
@@ -22,8 +22,13 @@ TEST(DeviceModule, SystemInfoDescribesTheMachine) {
               std::make_tuple(true, true));
     const Json::Value& data = answer["data"];
     EXPECT_EQ(data["os"], "windows");
-    // A 64-bit program runs on a 64-bit system; a 32-bit one may run on either.
-    EXPECT_TRUE(data["bit"] == 64 || (sizeof(void*) == 4 && data["bit"] == 32));
+    // The system's bitness, not the program's: a 32-bit build on 64-bit
+    // Windows says 64.
+    if (const std::optional<int> bits = SystemBitness()) {
+        EXPECT_EQ(data["bit"], *bits);
+    } else {
+        EXPECT_TRUE(data["bit"] == 32 || data["bit"] == 64);
+    }
     const std::string version = data["osVersion"].asString();
     std::smatch parts;
     ASSERT_TRUE(std::regex_match(version, parts, std::regex(R"((\d+)\.(\d+)\.(\d+))"))) << version;

@@ -223,8 +223,39 @@ esac
 # stderr. Under CTest they would hold the test's output pipes open until Wine
 # shuts down, adding seconds to every test. Start them here, detached from our
 # output; the program below then joins the running session (costs ~40 ms when
-# a session is already up).
-"$WINE_BIN" cmd.exe /c exit 0 </dev/null >/dev/null 2>&1 || true
+# a session is already up). The 64-bit loader does this where there is one:
+# the prefix's cmd.exe is a 64-bit program, and handing it to the 32-bit loader
+# first starts a 32-bit process, which costs a minute or more where 32-bit code
+# runs under emulation.
+primer=$WINE_BIN
+if [ -z "${MOXH5_WINE:-}" ]; then
+  for loader in "$(command -v wine64 2>/dev/null)" /usr/lib/wine/wine64; do
+    [ -n "$loader" ] && [ -x "$loader" ] && { primer=$loader; break; }
+  done
+fi
+"$primer" cmd.exe /c exit 0 </dev/null >/dev/null 2>&1 || true
 
-# The program's exit status is Wine's exit status.
-exec "$WINE_BIN" "$@"
+# The program's exit status is Wine's exit status. Rarely (about one start in
+# a hundred) Wine exits 1 before the program runs, printing nothing. A run that
+# ends that way is started once more and says so on stderr; a program that
+# does fail that way fails again and is reported with its own status. Input
+# from a pipe cannot be replayed, so such runs get no second start.
+if [ -p /dev/stdin ]; then exec "$WINE_BIN" "$@"; fi
+printed=$(mktemp "${TMPDIR:-/tmp}/wine-run.XXXXXX") || exec "$WINE_BIN" "$@"
+trap 'rm -f "$printed" "$printed.status"' EXIT
+# Both streams pass through as they come and are also copied to $printed; the
+# pipeline returns only when both copies are complete.
+run_counting_output() {
+  : >"$printed"
+  { { "$WINE_BIN" "$@"; echo $? >"$printed.status"; } 2>&1 1>&3 3>&- |
+      tee -a "$printed" >&2; } 3>&1 | tee -a "$printed"
+  return "$(cat "$printed.status" 2>/dev/null || echo 127)"
+}
+run_counting_output "$@"
+status=$?
+if [ "$status" = 1 ] && [ ! -s "$printed" ]; then
+  printf 'wine-run.sh: Wine exited 1 without output (a failed start); starting %s once more\n' "$1" >&2
+  run_counting_output "$@"
+  status=$?
+fi
+exit "$status"

@@ -30,6 +30,10 @@ bool ReplaceClipboard(const std::vector<ClipboardData>& items);
 std::optional<std::wstring> ReadClipboardUnicodeText();
 // Whether the platform reports a real screen size (else 0 x 0).
 bool ScreenSizeIsReported();
+// The operating system's bitness as the system itself reports it (Windows:
+// the native processor architecture, which a 32-bit program on 64-bit
+// Windows sees as 64-bit), or nothing where this probe cannot tell.
+std::optional<int> SystemBitness();
 
 // Opens the clipboard on the calling thread as an owner other than the
 // library, or closes it (Windows tells openers apart by their window).

@@ -32,6 +32,11 @@ std::optional<std::wstring> ReadClipboardUnicodeText() {
 // No display library is part of the build here.
 bool ScreenSizeIsReported() { return false; }
 
+std::optional<int> SystemBitness() {
+    if (sizeof(void*) == 8) return 64;
+    return std::nullopt;
+}
+
 // The process-local clipboard tells openers apart by their thread.
 bool OpenClipboardAsOtherOwner() {
     std::error_code error;

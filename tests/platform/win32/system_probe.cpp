@@ -64,6 +64,20 @@ std::optional<std::wstring> ReadClipboardUnicodeText() {
 
 bool ScreenSizeIsReported() { return true; }
 
+std::optional<int> SystemBitness() {
+    SYSTEM_INFO info{};
+    ::GetNativeSystemInfo(&info);
+    switch (info.wProcessorArchitecture) {
+        case PROCESSOR_ARCHITECTURE_AMD64:
+        case PROCESSOR_ARCHITECTURE_ARM64:
+            return 64;
+        case PROCESSOR_ARCHITECTURE_INTEL:
+            return 32;
+        default:
+            return std::nullopt;
+    }
+}
+
 bool OpenClipboardAsOtherOwner() {
     t_owner = ::CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr,
                                 nullptr);
