@@ -118,5 +118,42 @@ TEST(ClipboardHelper, CopyReplacesTheClipboardAndEveryOperationClosesIt) {
     EXPECT_EQ(Listed(), (Formats{kClipboardUnicodeText, kClipboardText}));
 }
 
+// Test the two wide-text readers over what the clipboard holds: each reads its own format's
+// units up to the first zero unit (surrogate pairs whole), the private format is never made
+// from the standard ones nor they from it, and the narrow formats are not wide text.
+TEST(ClipboardHelper, WideTextIsReadFromItsOwnFormatUpToTheZeroUnit) {
+    const struct {
+        std::vector<ClipboardData> items;
+        const char* privateWide;  // null: not read
+        const char* unicode;
+    } cases[] = {
+        {{{kPrivateWide, Utf16Bytes(std::u16string(u"ab\0cd", 5))}}, "ab", nullptr},
+        {{{kPrivateWide, Utf16Bytes(u"\U0001F600\u8BA2")}}, "\xF0\x9F\x98\x80\xE8\xAE\xA2", nullptr},
+        {{{kClipboardUnicodeText, Utf16Bytes(std::u16string(u"x\0y", 3))}}, nullptr, "x"},
+        {{{kClipboardText, "ansi"}}, nullptr, "ansi"},
+        {{{kPrivateText, "p"}}, nullptr, nullptr},
+        {{{kPrivateWide, Utf16Bytes(u"w")}, {kClipboardUnicodeText, Utf16Bytes(u"u")}}, "w", "u"},
+    };
+    for (const auto& c : cases) {
+        ASSERT_TRUE(ReplaceClipboard(c.items));
+        for (const auto& [format, expected] :
+             {std::pair(kPrivateWide, c.privateWide), std::pair(kClipboardUnicodeText, c.unicode)}) {
+            std::wstring wide = L"stale";
+            EXPECT_EQ(Helper().ReadWideTextFormat(format, wide), expected != nullptr) << format;
+            EXPECT_EQ(platform::WideToUtf8(wide), expected ? expected : "stale") << format;
+        }
+    }
+    // A helper whose private formats could not be registered (0) reads no format 0.
+    ASSERT_TRUE(ReplaceClipboard({{kPrivateWide, Utf16Bytes(u"w")}, {kPrivateText, "p"}}));
+    CClipBoardHelper unregistered(0, 0);
+    std::wstring wide;
+    std::string narrow;
+    EXPECT_FALSE(unregistered.ReadWideTextFormat(0, wide));
+    EXPECT_FALSE(unregistered.ReadTextFormat(0, narrow));
+    Formats listed{99};
+    EXPECT_TRUE(unregistered.GetAvailableFormats(listed));
+    EXPECT_EQ(listed, Formats{});
+}
+
 }  // namespace
 }  // namespace moxh5::test

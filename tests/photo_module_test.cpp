@@ -1,6 +1,8 @@
 // Tests of the module "JSPhoto" through the process-wide manager.
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "tests/fakes/bridge_fixture.h"
 #include "tests/fakes/capture_sinks.h"
 
@@ -49,6 +51,37 @@ TEST_F(PhotoModule, RefusalsComeBeforeTheHostActs) {
     EXPECT_EQ(Run("watch", R"({"url":"u","msg_id":"m"})"), std::make_tuple(true, false));
     EXPECT_EQ(log->Matching("UserCenter is null, {").size(), 1u);
     EXPECT_TRUE(host.Calls().empty());
+}
+
+// Test which answers stay quiet: a render page's answer of every method but "watch" carries
+// "NoNeedUnifyCallBack" (the host's viewer answers the page), whether the call worked or was
+// refused; a worker page's never does, nor does "watch"'s.
+TEST_F(PhotoModule, RenderAnswersButWatchsAreLeftToTheHost) {
+    const struct {
+        const char* method;
+        const char* params;
+    } cases[] = {
+        {"watch", R"({"url":"u","msg_id":"m"})"},
+        {"watch", R"({"msg_id":"m"})"},
+        {"store", R"({"url":"u"})"},
+        {"store", R"({})"},
+        {"watchCommon", R"({"urlArr":[{"url":"a"}],"index":0})"},
+        {"watchCommon", R"({"urlArr":5})"},
+        {"batchDownload", R"({"url":"u","msg_id":"m"})"},
+        {"batchDownload", R"({"url":"u"})"},
+    };
+    ScopedLogCapture log;
+    for (const auto& c : cases) {
+        for (const bool isWorker : {false, true}) {
+            Run(c.method, c.params, isWorker);
+            const bool quiet = !isWorker && std::string(c.method) != "watch";
+            EXPECT_EQ(answer.isMember("NoNeedUnifyCallBack"), quiet)
+                << c.method << " " << c.params << (isWorker ? " worker" : " render");
+            if (quiet) {
+                EXPECT_EQ(answer["NoNeedUnifyCallBack"], true) << c.method;
+            }
+        }
+    }
 }
 
 }  // namespace

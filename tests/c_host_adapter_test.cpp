@@ -1,0 +1,177 @@
+// What a C host is handed for each host operation, held against the catalogue
+// of host operations (moxh5/host_operations.h): the operation's name, and its
+// arguments as the JSON object the catalogue lists, with the records inside
+// (request, page, window) written as the catalogue's ToJson writes them.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <vector>
+
+#include "core/c_interface/c_host_adapter.h"
+#include "core/delivery/pending_work.h"
+#include "json_text.h"
+#include "moxh5/host_operations.h"
+#include "moxh5/platform.h"
+
+namespace moxh5::detail {
+namespace {
+
+struct Handed {
+    std::vector<std::string> ops, args;
+};
+
+void MOXH5_CALL Operation(void* user, const char* op, const char* args, moxh5_token*,
+                          moxh5_reply_slot* reply) {
+    auto* handed = static_cast<Handed*>(user);
+    handed->ops.push_back(op);
+    handed->args.push_back(args);
+    moxh5_reply(reply, "false");  // refused: no work stays with this host
+}
+
+// A value of each parameter type the catalogue uses, distinct per position
+// `n` so that arguments swapped between names show. Strings carry text that
+// needs escaping.
+template <typename T>
+T Sample(int n) {
+    if constexpr (std::is_same_v<T, std::string>) {
+        return "s" + std::to_string(n) + "\"\\\xC3\xA9";
+    } else if constexpr (std::is_same_v<T, std::wstring>) {
+        return L"w" + std::to_wstring(n) + L"\u00e9";
+    } else if constexpr (std::is_same_v<T, bool>) {
+        return n % 2 == 1;
+    } else if constexpr (std::is_integral_v<T>) {
+        return static_cast<T>(n);  // ShowToast's length: "c1" has 2 bytes
+    } else if constexpr (std::is_same_v<T, const char*>) {
+        static const char* const texts[] = {"c0", "c1", "c2", "c3", "c4", "c5", "c6", "c7", "c8"};
+        return n % 3 == 2 ? nullptr : texts[n % 9];  // null is an argument value too
+    } else if constexpr (std::is_same_v<T, Json::Value>) {
+        Json::Value value;
+        value["k"][0] = n;
+        return value;
+    } else if constexpr (std::is_same_v<T, std::vector<std::string>>) {
+        return {"u" + std::to_string(n), "v"};
+    } else if constexpr (std::is_same_v<T, const mox_h5_module_data*>) {
+        static const mox_h5_module_data request = [] {
+            mox_h5_module_data data;
+            data.mallcsid = "mall|cs";
+            data.payload["method"] = "m";
+            data.isWorker = true;
+            data.webindex = 12;
+            data.callbackid = "cb";
+            data.workerid = "worker-1";
+            return data;
+        }();
+        return &request;
+    } else if constexpr (std::is_same_v<T, MoxPageIdentity>) {
+        return MoxPageIdentity{true, 7 + n, "mall|cs", "cb" + std::to_string(n), "w", 0};
+    } else if constexpr (std::is_same_v<T, EasyWndParam>) {
+        EasyWndParam param;
+        param.title = "t";
+        param.content = "c";
+        param.scene = "s";
+        param.frequency.interval = 3;
+        param.frequency.dimensions = "d";
+        param.left = {"lt", "la"};
+        param.right = {"rt", "ra"};
+        return param;
+    } else {
+        return T();  // completions: never called, the host refuses
+    }
+}
+
+// Calls the adapter's `method` and the catalogue's `expected` with the same
+// sample arguments, inside a hand-over of later work (as a handler makes
+// one), and compares what the host got with what the catalogue says.
+template <typename Result, typename... Params, typename Expected>
+void Check(const char* name, Result (CHostAdapter::*method)(Params...), Expected expected) {
+    Handed handed;
+    moxh5_host_table table;
+    std::memset(&table, 0, sizeof table);
+    table.size = sizeof table;
+    table.user = &handed;
+    table.operation = &Operation;
+    CHostAdapter adapter(table, 0x5EED);
+    std::tuple<std::decay_t<Params>...> values;
+    int n = 0;
+    std::apply([&](auto&... value) { ((value = Sample<std::decay_t<decltype(value)>>(n++)), ...); },
+               values);
+    {
+        LaterWork work(*Sample<const mox_h5_module_data*>(0));
+        Json::Value ignored;
+        ASSERT_TRUE(work.Open(ignored));
+        std::apply([&](auto&... value) { (adapter.*method)(value...); }, values);
+    }
+    ReleaseHostWork(0x5EED);
+    ASSERT_EQ(handed.ops, std::vector<std::string>{name});
+    Json::Value got, want;
+    ASSERT_TRUE(ParseJson(handed.args[0], got)) << name << ": " << handed.args[0];
+    // Through text, so that numbers compare by value, not by jsoncpp's type.
+    ASSERT_TRUE(ParseJson(CompactJson(std::apply(expected, values)), want));
+    for (const std::string& member : got.getMemberNames()) {
+        EXPECT_TRUE(want.isMember(member)) << name << " hands an argument the catalogue lacks: "
+                                           << member;
+    }
+    for (const std::string& member : want.getMemberNames()) {
+        EXPECT_TRUE(got.isMember(member)) << name << " lacks the catalogue's argument " << member;
+    }
+    EXPECT_EQ(got, want) << name << "\n got: " << handed.args[0] << "\nwant: " << CompactJson(want);
+}
+
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wunused-parameter"
+#endif
+#define EXPECTED_ARG(name, Type, doc) args[#name] = moxh5::operation::ToJson(name);
+#define EXPECTED_ARG_VALUE(name, Type, value, doc) args[#name] = moxh5::operation::ToJson(value);
+#define CHECK_OPERATION(Name, Shape, Params, Args, Doc)   \
+    Check(#Name, &CHostAdapter::Name, [] Params {         \
+        Json::Value args(Json::objectValue);              \
+        Args return args;                                 \
+    });
+
+// Test every operation of the catalogue, each argument both ways: what the host
+// is handed names only the catalogue's arguments and all of them, each with the
+// catalogue's value, nested record members included.
+TEST(CHostAdapter, EveryOperationHandsTheCataloguesArguments) {
+    MOXH5_HOST_OPERATIONS(CHECK_OPERATION, EXPECTED_ARG, EXPECTED_ARG_VALUE)
+}
+#undef CHECK_OPERATION
+#undef EXPECTED_ARG
+#undef EXPECTED_ARG_VALUE
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+
+int MOXH5_CALL MethodAllowed(void* user, const char* page, const char*, const char*) {
+    *static_cast<std::string*>(user) = page;
+    return 1;
+}
+
+// Test the page the method filter is asked about: the catalogue's page record
+// without the callback id, which a filter has no use for.
+TEST(CHostAdapter, MethodFilterPageIsThePageRecordWithoutItsCallbackId) {
+    moxh5_host_table table;
+    std::memset(&table, 0, sizeof table);
+    table.size = sizeof table;
+    std::string asked;
+    table.user = &asked;
+    table.method_allowed = &MethodAllowed;
+    const MoxMethodFilter filter = MethodFilterOf(table);
+    MoxCallingPage page;
+    page.isWorker = true;
+    page.webindex = 4;
+    page.mallcsid = "m\"c";
+    page.workerid = "w";
+    ASSERT_TRUE(filter(page, "JSCallNative", "showToast"));
+    Json::Value got;
+    ASSERT_TRUE(ParseJson(asked, got)) << asked;
+    Json::Value want = moxh5::operation::ToJson(MoxPageIdentity{true, 4, "m\"c", "", "w", 0});
+    want.removeMember("callbackid");
+    EXPECT_EQ(CompactJson(got), CompactJson(want));
+}
+
+}  // namespace
+}  // namespace moxh5::detail
