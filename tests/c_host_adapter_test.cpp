@@ -15,6 +15,7 @@
 #include "json_text.h"
 #include "moxh5/host_operations.h"
 #include "moxh5/platform.h"
+#include "tests/fakes/bridge_fixture.h"
 
 namespace moxh5::detail {
 namespace {
@@ -32,10 +33,16 @@ void MOXH5_CALL Operation(void* user, const char* op, const char* args, moxh5_to
 }
 
 // A value of each parameter type the catalogue uses, distinct per position
-// `n` so that arguments swapped between names show. Strings carry text that
-// needs escaping.
+// `n` so that arguments swapped between names show; text that needs escaping.
 template <typename T>
 T Sample(int n) {
+    static const mox_h5_module_data request = [] {
+        mox_h5_module_data call = test::MakeCall("m", test::ParseJson(R"({"k":[1]})"), true, "cb");
+        call.mallcsid = "mall|cs";
+        call.webindex = 12;
+        call.workerid = "worker-1";
+        return call;
+    }();
     if constexpr (std::is_same_v<T, std::string>) {
         return "s" + std::to_string(n) + "\"\\\xC3\xA9";
     } else if constexpr (std::is_same_v<T, std::wstring>) {
@@ -43,40 +50,19 @@ T Sample(int n) {
     } else if constexpr (std::is_same_v<T, bool>) {
         return n % 2 == 1;
     } else if constexpr (std::is_integral_v<T>) {
-        return static_cast<T>(n);  // ShowToast's length: "c1" has 2 bytes
+        return static_cast<T>(n);
     } else if constexpr (std::is_same_v<T, const char*>) {
-        static const char* const texts[] = {"c0", "c1", "c2", "c3", "c4", "c5", "c6", "c7", "c8"};
-        return n % 3 == 2 ? nullptr : texts[n % 9];  // null is an argument value too
+        return n % 3 == 2 ? nullptr : "c1";  // ShowToast's text: its length is 2
     } else if constexpr (std::is_same_v<T, Json::Value>) {
-        Json::Value value;
-        value["k"][0] = n;
-        return value;
+        return test::ParseJson("{\"k\":[" + std::to_string(n) + "]}");
     } else if constexpr (std::is_same_v<T, std::vector<std::string>>) {
         return {"u" + std::to_string(n), "v"};
     } else if constexpr (std::is_same_v<T, const mox_h5_module_data*>) {
-        static const mox_h5_module_data request = [] {
-            mox_h5_module_data data;
-            data.mallcsid = "mall|cs";
-            data.payload["method"] = "m";
-            data.isWorker = true;
-            data.webindex = 12;
-            data.callbackid = "cb";
-            data.workerid = "worker-1";
-            return data;
-        }();
         return &request;
     } else if constexpr (std::is_same_v<T, MoxPageIdentity>) {
-        return MoxPageIdentity{true, 7 + n, "mall|cs", "cb" + std::to_string(n), "w", 0};
+        return {true, 7 + n, "m|c", "cb", "w", 0};
     } else if constexpr (std::is_same_v<T, EasyWndParam>) {
-        EasyWndParam param;
-        param.title = "t";
-        param.content = "c";
-        param.scene = "s";
-        param.frequency.interval = 3;
-        param.frequency.dimensions = "d";
-        param.left = {"lt", "la"};
-        param.right = {"rt", "ra"};
-        return param;
+        return EasyWndParam{"t", "c", "s", {3, "d"}, {"lt", "la"}, {"rt", "ra"}};
     } else {
         return T();  // completions: never called, the host refuses
     }
@@ -99,7 +85,7 @@ void Check(const char* name, Result (CHostAdapter::*method)(Params...), Expected
     std::apply([&](auto&... value) { ((value = Sample<std::decay_t<decltype(value)>>(n++)), ...); },
                values);
     {
-        LaterWork work(*Sample<const mox_h5_module_data*>(0));
+        LaterWork work(*Sample<const mox_h5_module_data*>(0));  // the work a handler hands over
         Json::Value ignored;
         ASSERT_TRUE(work.Open(ignored));
         std::apply([&](auto&... value) { (adapter.*method)(value...); }, values);
@@ -110,13 +96,7 @@ void Check(const char* name, Result (CHostAdapter::*method)(Params...), Expected
     ASSERT_TRUE(ParseJson(handed.args[0], got)) << name << ": " << handed.args[0];
     // Through text, so that numbers compare by value, not by jsoncpp's type.
     ASSERT_TRUE(ParseJson(CompactJson(std::apply(expected, values)), want));
-    for (const std::string& member : got.getMemberNames()) {
-        EXPECT_TRUE(want.isMember(member)) << name << " hands an argument the catalogue lacks: "
-                                           << member;
-    }
-    for (const std::string& member : want.getMemberNames()) {
-        EXPECT_TRUE(got.isMember(member)) << name << " lacks the catalogue's argument " << member;
-    }
+    // Equal objects: no name on one side only, misspelt or missing, at any depth.
     EXPECT_EQ(got, want) << name << "\n got: " << handed.args[0] << "\nwant: " << CompactJson(want);
 }
 
@@ -144,34 +124,6 @@ TEST(CHostAdapter, EveryOperationHandsTheCataloguesArguments) {
 #if defined(__GNUC__)
 #pragma GCC diagnostic pop
 #endif
-
-int MOXH5_CALL MethodAllowed(void* user, const char* page, const char*, const char*) {
-    *static_cast<std::string*>(user) = page;
-    return 1;
-}
-
-// Test the page the method filter is asked about: the catalogue's page record
-// without the callback id, which a filter has no use for.
-TEST(CHostAdapter, MethodFilterPageIsThePageRecordWithoutItsCallbackId) {
-    moxh5_host_table table;
-    std::memset(&table, 0, sizeof table);
-    table.size = sizeof table;
-    std::string asked;
-    table.user = &asked;
-    table.method_allowed = &MethodAllowed;
-    const MoxMethodFilter filter = MethodFilterOf(table);
-    MoxCallingPage page;
-    page.isWorker = true;
-    page.webindex = 4;
-    page.mallcsid = "m\"c";
-    page.workerid = "w";
-    ASSERT_TRUE(filter(page, "JSCallNative", "showToast"));
-    Json::Value got;
-    ASSERT_TRUE(ParseJson(asked, got)) << asked;
-    Json::Value want = moxh5::operation::ToJson(MoxPageIdentity{true, 4, "m\"c", "", "w", 0});
-    want.removeMember("callbackid");
-    EXPECT_EQ(CompactJson(got), CompactJson(want));
-}
 
 }  // namespace
 }  // namespace moxh5::detail

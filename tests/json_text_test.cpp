@@ -83,13 +83,18 @@ private:
         static const char* const pieces[] = {
             "a", "Zz", " ", "\\\"", "\\\\", "\\/", "\\b", "\\f", "\\n", "\\r", "\\t", "\\u0000",
             "\\u001F", "\\u00e9", "\\u4E2D", "\\uFFFF", "\\ud83d\\ude00", "\\uDBFF\\uDFFF",
-            "\xC3\xA9", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80", "\x7F", "'", "/"};
+            "\xC3\xA9", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80", "\x7F", "'", "/", "abcdefghi"};
         std::string text = "\"";
         for (unsigned n = Pick(6); n; --n) text += pieces[Pick(sizeof pieces / sizeof *pieces)];
         return text + "\"";
     }
     // A value no position in a document allows.
     std::string FaultyValue() {
+        if (Pick(3) == 0) {  // a bad character or escape anywhere in a string
+            static const char* const stops[] = {"\x01", "\x1F", "\t", "\n", "\\q", "\\u12", "\\"};
+            return "\"" + std::string(Pick(20), 'x') + stops[Pick(7)] + std::string(1 + Pick(20), 'y') +
+                   "\"";
+        }
         static const char* const faults[] = {
             "01", "-01", "00", "1.", ".5", "-", "+1", "1e", "1e+", "-.5", "0x1", "1.e3",
             "tru", "nul", "fals", "True", "NULL", "NaN", "Infinity", "-Infinity", "'a'",
@@ -147,6 +152,7 @@ TEST(JsonText, ReaderAgreesWithJsoncppOnGeneratedTexts) {
         Json::Value again;
         ASSERT_TRUE(ParseJson(CompactJson(ours), again)) << CompactJson(ours);
         EXPECT_EQ(again, ours) << valid;
+        EXPECT_EQ(moxh5::detail::StyledJson(ours), Json::writeString(Json::StreamWriterBuilder(), ours));
         moxh5::detail::RequestRecord call;
         ASSERT_TRUE(moxh5::detail::ReadRequestText("{\"payload\":" + valid + ",\"x\":" + valid + "}",
                                                    call)) << valid;
@@ -166,20 +172,14 @@ TEST(JsonText, ReaderAgreesWithJsoncppOnGeneratedTexts) {
     }
 }
 
-// Test the nesting bound on both sides, alone and inside the outermost container, for the
-// reader and the skipping reader: 128 containers read, 129 do not.
+// Test the nesting bound on both sides, for the reader and the skipping reader.
 TEST(JsonText, NestingStopsPastTheBound) {
-    for (int depth = 120; depth <= 136; ++depth) {
-        for (const auto& [open, close] : {std::pair<char, char>('[', ']'), {'{', '}'}}) {
-            std::string text;
-            for (int i = 0; i < depth; ++i) text += open == '[' ? "[" : "{\"a\":";
-            text += "1";
-            for (int i = 0; i < depth; ++i) text += close;
-            Json::Value value;
-            EXPECT_EQ(ParseJson(text, value), depth <= 128) << depth;
-            moxh5::detail::RequestRecord call;
-            EXPECT_EQ(moxh5::detail::ReadRequestText("{\"x\":" + text + "}", call), depth <= 128);
-        }
+    for (const int depth : {128, 129}) {
+        const std::string text = std::string(depth - 1, '[') + "{\"a\":1}" + std::string(depth - 1, ']');
+        Json::Value value;
+        moxh5::detail::RequestRecord call;
+        EXPECT_EQ(ParseJson(text, value), depth == 128) << depth;
+        EXPECT_EQ(moxh5::detail::ReadRequestText("{\"x\":" + text + "}", call), depth == 128);
     }
 }
 
@@ -215,21 +215,12 @@ std::string JsoncppStyled(const Json::Value& value) {
     return Json::writeString(Json::StreamWriterBuilder(), value);
 }
 
-// Test that the indented text is jsoncpp's default text byte for byte: layout, member order,
-// escapes of every byte alone and in UTF-8 sequences (well-formed, cut short, overlong,
-// surrogates), doubles, comments and arrays with indexes missing.
+// Test that the indented text is jsoncpp's default text byte for byte: escapes of every byte
+// alone and in UTF-8 sequences (well-formed, cut short, overlong, surrogates), doubles that are
+// no numbers, comments and arrays with indexes missing (layouts, member order and numbers:
+// ReaderAgreesWithJsoncppOnGeneratedTexts).
 TEST(JsonText, StyledTextIsJsoncppsDefaultText) {
     std::vector<Json::Value> values;
-    for (const char* text : {
-             "null", "true", "-9223372036854775808", "18446744073709551615", "0.1", "-0.0",
-             "1e300", "3.0", "\"\"", "[]", "{}", "[[],{},[[]],{\"a\":{}}]",
-             R"({"b":[1,"x",null],"a":{"x":true,"y":[{"z":1.5}]},"":0,"c":null})",
-             R"({"\u00e9":"\u4e2d\ud83d\ude00","t\"a\\b":"a\/b\n\r\t\b\f"})",
-         }) {
-        Json::Value value;
-        ASSERT_TRUE(ParseJson(text, value)) << text;
-        values.push_back(value);
-    }
     for (int byte = 0; byte < 256; ++byte) {
         values.emplace_back(std::string("a") + static_cast<char>(byte) + "z");
     }
@@ -286,29 +277,6 @@ TEST(JsonText, EnvelopeTextIsTheEnvelopeValuesText) {
     }
 }
 
-// Test the string reader at every position of the eight-byte scan: an escape or a UTF-8
-// sequence placed anywhere in strings of every length around a word reads as jsoncpp reads it,
-// and a raw control character anywhere is refused.
-TEST(JsonText, StringsReadAlikeWhereverTheStopFalls) {
-    const std::pair<const char*, bool> stops[] = {
-        {"\\\"", true}, {"\\\\", true}, {"\\u00e9", true}, {"\xC3\xA9", true}, {"~", true},
-        {"\x01", false}, {"\x1f", false}, {"\\q", false},
-    };
-    for (const auto& [stop, valid] : stops) {
-        for (size_t length = 0; length <= 20; ++length) {
-            for (size_t at = 0; at <= length; ++at) {
-                const std::string text = "[\"" + std::string(at, 'x') + stop +
-                                         std::string(length - at, 'y') + "\",\"tail\"]";
-                Json::Value ours;
-                ASSERT_EQ(ParseJson(text, ours), valid) << text;
-                if (!valid) continue;
-                bool theirsOk = false;
-                EXPECT_EQ(ours, JsoncppParse(text, theirsOk)) << text;
-            }
-        }
-    }
-}
-
 // Test reading a request straight into the record: each member in its place, escaped names
 // recognized, a repeated member's last value kept, other members checked and skipped, the
 // payload's method and params noted in place, and a page text's payload skipped.
@@ -352,10 +320,7 @@ TEST(JsonText, RequestTextRefusals) {
     const std::pair<std::string, std::string> cases[] = {
         {"", ""},
         {"[]", ""},
-        {R"({"payload":{"method":"m",}})", ""},
         {R"({"payload":{"method":"m"}} x)", ""},
-        {R"({"other":[1,]})", ""},
-        {R"({"other":"\x"})", ""},
         {R"({"mallcsid":"a)", ""},
         {"{\"mallcsid\":\"a\tb\"}", ""},
         {R"({"mallcsid":1})", "member \"mallcsid\" must be a string or null"},
@@ -365,8 +330,6 @@ TEST(JsonText, RequestTextRefusals) {
         {R"({"webindex":2147483648})", "member \"webindex\" must be a 32-bit integer or null"},
         {R"({"webindex":1.5})", "member \"webindex\" must be a 32-bit integer or null"},
         {R"({"webindex":[1})", ""},
-        {R"({"payload":)" + std::string(129, '[') + std::string(129, ']') + "}", ""},
-        {R"({"other":)" + std::string(129, '[') + std::string(129, ']') + "}", ""},
     };
     for (const auto& [text, problem] : cases) {
         for (const bool withPayload : {true, false}) {

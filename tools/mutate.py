@@ -32,6 +32,7 @@ import os
 import random
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -263,7 +264,12 @@ def fragment(line, a, b, new, pad=12):
     return short(before), short(after)
 
 
+def interrupted(signum, frame):
+    raise KeyboardInterrupt  # the mutated file is restored on the way out
+
+
 def main():
+    signal.signal(signal.SIGTERM, interrupted)
     parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
     parser.add_argument("n", type=int, help="how many mutants that build to test")
     parser.add_argument("seed", type=int, help="the draw's seed")
