@@ -36,13 +36,8 @@ void MOXH5_CALL Operation(void* user, const char* op, const char* args, moxh5_to
 // `n` so that arguments swapped between names show; text that needs escaping.
 template <typename T>
 T Sample(int n) {
-    static const mox_h5_module_data request = [] {
-        mox_h5_module_data call = test::MakeCall("m", test::ParseJson(R"({"k":[1]})"), true, "cb");
-        call.mallcsid = "mall|cs";
-        call.webindex = 12;
-        call.workerid = "worker-1";
-        return call;
-    }();
+    static const mox_h5_module_data request =
+        test::MakeCall("m", test::ParseJson(R"({"k":[1]})"), /*isWorker=*/true, "cb");
     if constexpr (std::is_same_v<T, std::string>) {
         return "s" + std::to_string(n) + "\"\\\xC3\xA9";
     } else if constexpr (std::is_same_v<T, std::wstring>) {

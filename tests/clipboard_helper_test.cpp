@@ -145,9 +145,7 @@ TEST(ClipboardHelper, WideTextIsReadFromItsOwnFormatUpToTheZeroUnit) {
     ASSERT_TRUE(ReplaceClipboard({{kPrivateWide, Utf16Bytes(u"w")}, {kPrivateText, "p"}}));
     CClipBoardHelper unregistered(0, 0);
     std::wstring wide;
-    std::string narrow;
     EXPECT_FALSE(unregistered.ReadWideTextFormat(0, wide));
-    EXPECT_FALSE(unregistered.ReadTextFormat(0, narrow));
     Formats listed{99};
     EXPECT_TRUE(unregistered.GetAvailableFormats(listed));
     EXPECT_EQ(listed, Formats{});
