@@ -69,7 +69,6 @@ TEST(AJsonBinder, FillsEveryKindOfFieldByName) {
     EXPECT_EQ(s.switches, (std::vector<bool>{true, false, true}));
     EXPECT_EQ(s.path, (std::vector<Point>{{1, -1}, {-1, 2}, {-1, -1}}));
     EXPECT_EQ(s.grid, (std::vector<std::vector<int32_t>>{{1, 2}, {}, {3}}));
-
 }
 
 // Test the member loop on generated objects: members in any order, unknown ones of every kind
@@ -89,25 +88,13 @@ TEST(AJsonBinder, AnyMemberOrderBindsAsTheLastNonNullMemberSays) {
         for (unsigned n = pick(9); n; --n) {
             const int v = static_cast<int>(pick(1000));
             std::string key, value = std::to_string(v);
-            switch (pick(6)) {
-                case 0:
-                    key = "name", value = '"' + value + '"', want.name = std::to_string(v);
-                    break;
-                case 1:
-                    key = pick(2) ? "count" : "co\\u0075nt", want.count = v;
-                    break;
-                case 2:
-                    key = "flag", value = v % 2 ? "true" : "false", want.flag = v % 2 == 1;
-                    break;
-                case 3:
-                    key = "at", value = "{\"y\":" + value + "}", want.at.y = v;
-                    break;
-                case 4:
-                    key = nullable[pick(4)], value = "null";
-                    break;
-                default:
-                    std::tie(key, value) = unknown[pick(6)];
-            }
+            const unsigned kind = pick(6);
+            if (kind == 0) key = "name", value = '"' + value + '"', want.name = std::to_string(v);
+            if (kind == 1) key = pick(2) ? "count" : "co\\u0075nt", want.count = v;
+            if (kind == 2) key = "flag", value = v % 2 ? "true" : "false", want.flag = v % 2 == 1;
+            if (kind == 3) key = "at", value = "{\"y\":" + value + "}", want.at.y = v;
+            if (kind == 4) key = nullable[pick(4)], value = "null";
+            if (kind == 5) std::tie(key, value) = unknown[pick(6)];
             if (text.size() > 1) text += std::string(spaces[pick(4)]) + ",";
             text += spaces[pick(4)] + ('"' + key + '"') + spaces[pick(4)] + ":" + spaces[pick(4)] +
                     value;

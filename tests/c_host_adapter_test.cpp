@@ -1,7 +1,5 @@
-// What a C host is handed for each host operation, held against the catalogue
-// of host operations (moxh5/host_operations.h): the operation's name, and its
-// arguments as the JSON object the catalogue lists, with the records inside
-// (request, page, window) written as the catalogue's ToJson writes them.
+// What a C host is handed for each operation against the catalogue of host operations
+// (moxh5/host_operations.h): its name, and its arguments as the catalogue lists and writes them.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -21,7 +19,7 @@ namespace moxh5::detail {
 namespace {
 
 struct Handed {
-    std::vector<std::string> ops, args;
+    std::vector<std::string> ops, args;  // as the host got them
 };
 
 void MOXH5_CALL Operation(void* user, const char* op, const char* args, moxh5_token*,
@@ -63,9 +61,8 @@ T Sample(int n) {
     }
 }
 
-// Calls the adapter's `method` and the catalogue's `expected` with the same
-// sample arguments, inside a hand-over of later work (as a handler makes
-// one), and compares what the host got with what the catalogue says.
+// Calls the adapter's `method` and the catalogue's `expected` with the same samples, inside a
+// hand-over of later work as a handler makes one; the host must get what the catalogue says.
 template <typename Result, typename... Params, typename Expected>
 void Check(const char* name, Result (CHostAdapter::*method)(Params...), Expected expected) {
     Handed handed;
@@ -89,9 +86,8 @@ void Check(const char* name, Result (CHostAdapter::*method)(Params...), Expected
     ASSERT_EQ(handed.ops, std::vector<std::string>{name});
     Json::Value got, want;
     ASSERT_TRUE(ParseJson(handed.args[0], got)) << name << ": " << handed.args[0];
-    // Through text, so that numbers compare by value, not by jsoncpp's type.
+    // Both read from text (numbers compare by value); equal: no name on one side only.
     ASSERT_TRUE(ParseJson(CompactJson(std::apply(expected, values)), want));
-    // Equal objects: no name on one side only, misspelt or missing, at any depth.
     EXPECT_EQ(got, want) << name << "\n got: " << handed.args[0] << "\nwant: " << CompactJson(want);
 }
 
@@ -107,9 +103,8 @@ void Check(const char* name, Result (CHostAdapter::*method)(Params...), Expected
         Args return args;                                 \
     });
 
-// Test every operation of the catalogue, each argument both ways: what the host
-// is handed names only the catalogue's arguments and all of them, each with the
-// catalogue's value, nested record members included.
+// Test every operation of the catalogue both ways: the host is handed all the catalogue's
+// arguments and no other, each with its value, nested record members included.
 TEST(CHostAdapter, EveryOperationHandsTheCataloguesArguments) {
     MOXH5_HOST_OPERATIONS(CHECK_OPERATION, EXPECTED_ARG, EXPECTED_ARG_VALUE)
 }

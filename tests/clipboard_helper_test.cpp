@@ -141,14 +141,6 @@ TEST(ClipboardHelper, WideTextIsReadFromItsOwnFormatUpToTheZeroUnit) {
             EXPECT_EQ(platform::WideToUtf8(wide), expected ? expected : "stale") << format;
         }
     }
-    // A helper whose private formats could not be registered (0) reads no format 0.
-    ASSERT_TRUE(ReplaceClipboard({{kPrivateWide, Utf16Bytes(u"w")}, {kPrivateText, "p"}}));
-    CClipBoardHelper unregistered(0, 0);
-    std::wstring wide;
-    EXPECT_FALSE(unregistered.ReadWideTextFormat(0, wide));
-    Formats listed{99};
-    EXPECT_TRUE(unregistered.GetAvailableFormats(listed));
-    EXPECT_EQ(listed, Formats{});
 }
 
 }  // namespace

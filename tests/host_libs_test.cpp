@@ -63,18 +63,14 @@ TEST(HostLog, SinkLevelDecidesWhichLinesAreKept) {
 }
 
 // Test the value-returning getters, by key and by index: the value, or zero for absent,
-// mistyped, out of range or a container of the wrong kind.
+// mistyped or a container of the wrong kind (numbers: BothFormsReadAlikeAtEverySize).
 TEST(HostJson, ValueGettersReturnTheValueOrZero) {
     const Json::Value obj = ParseJson(
-        R"({"s":"\u63d0\u793a","i":-7,"d":3.0,"f":2.5,"big":5000000000,"b":true,"n":null,"a":[1]})");
+        R"({"s":"\u63d0\u793a","i":-7,"b":true,"n":null,"a":[1]})");
     const std::string c = "caller";
     EXPECT_EQ(mox_json::GetJsonValueToString(obj, "s", c), "\xE6\x8F\x90\xE7\xA4\xBA");
     EXPECT_EQ(mox_json::GetJsonValueToString(obj, "i", c), "");
     EXPECT_EQ(mox_json::GetJsonValueToInt(obj, "i", c), -7);
-    EXPECT_EQ(mox_json::GetJsonValueToInt(obj, "d", c), 3);
-    EXPECT_EQ(mox_json::GetJsonValueToInt(obj, "f", c), 0);
-    EXPECT_EQ(mox_json::GetJsonValueToInt(obj, "big", c), 0);
-    EXPECT_EQ(mox_json::GetJsonValueToInt64(obj, "big", c), 5000000000LL);
     EXPECT_TRUE(mox_json::GetJsonValueToBool(obj, "b", c));
     EXPECT_FALSE(mox_json::GetJsonValueToBool(obj, "i", c));
     EXPECT_EQ(mox_json::GetJsonValueToUtf8WString(obj, "s", c), L"\u63D0\u793A");

@@ -256,9 +256,13 @@ def short(text, width=70):
 
 
 def fragment(line, a, b, new, pad=12):
-    """The mutated token with a little of its line either side."""
+    """The mutated token with a few words of its line either side."""
     left = max(0, a - pad)
+    while left > 0 and not line[left - 1].isspace():
+        left -= 1
     right = min(len(line), b + pad)
+    while right < len(line) and not line[right].isspace():
+        right += 1
     before = line[left:right].strip()
     after = (line[left:a] + new + line[b:right]).strip()
     return short(before), short(after)
