@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "AJsonUtil.h"
@@ -43,8 +45,7 @@ namespace {
 using binder_test::Point;
 using binder_test::Sample;
 
-// Test that every kind of field binds by name, nested records and arrays included, and that
-// absent or null members leave the field alone.
+// Test that every kind of field binds by name, nested records and arrays included.
 TEST(AJsonBinder, FillsEveryKindOfFieldByName) {
     Sample s;
     ajson::Error error;
@@ -68,23 +69,44 @@ TEST(AJsonBinder, FillsEveryKindOfFieldByName) {
     EXPECT_EQ(s.switches, (std::vector<bool>{true, false, true}));
     EXPECT_EQ(s.path, (std::vector<Point>{{1, -1}, {-1, 2}, {-1, -1}}));
     EXPECT_EQ(s.grid, (std::vector<std::vector<int32_t>>{{1, 2}, {}, {3}}));
+}
 
-    // Keys are matched as decoded, escapes and all; long unknown keys are skipped.
-    Sample keyed;
-    ASSERT_TRUE(AJsonUtil::Bind(
-        R"({"\u0063ount": 5, "a member name longer than a short string": [1], "fl\u0061g": true})",
-        keyed, error));
-    EXPECT_EQ(keyed.count, 5);
-    EXPECT_TRUE(keyed.flag);
-
-    // Absent and null members keep the record's own values.
-    Sample kept;
-    ASSERT_TRUE(
-        AJsonUtil::Bind(R"({"name":null,"at":null,"numbers":null,"other":[]})", kept, error));
-    EXPECT_EQ(kept.name, "unnamed");
-    EXPECT_EQ(kept.count, 7);
-    EXPECT_EQ(kept.at, (Point{-1, -1}));
-    EXPECT_EQ(kept.numbers, (std::vector<int32_t>{9}));
+// Test the member loop on generated objects: members in any order, unknown ones of every kind
+// between them, nulls, repeats and white space anywhere; each field ends as the last non-null
+// member of its name left it, the others keep the record's defaults.
+TEST(AJsonBinder, AnyMemberOrderBindsAsTheLastNonNullMemberSays) {
+    std::mt19937 rng(7);
+    const auto pick = [&](unsigned n) { return static_cast<unsigned>(rng() % n); };
+    const char* const spaces[] = {"", " ", "\n\t", "\r\n "};
+    const std::pair<const char*, const char*> unknown[] = {
+        {"x", R"({"count":1,"name":[{}]})"}, {"names", R"("n")"}, {"Count", "3"}, {"fla", "false"},
+        {"", R"([1,"a",null,true,{"flag":true}])"}, {"nam\\u0065s", "-1.5e3"}};
+    const char* const nullable[] = {"name", "count", "at", "numbers"};
+    for (int round = 0; round < 300; ++round) {
+        Sample want;
+        std::string text = "{";
+        for (unsigned n = pick(9); n; --n) {
+            const int v = static_cast<int>(pick(1000));
+            std::string key, value = std::to_string(v);
+            const unsigned kind = pick(6);
+            if (kind == 0) key = "name", value = '"' + value + '"', want.name = std::to_string(v);
+            if (kind == 1) key = pick(2) ? "count" : "co\\u0075nt", want.count = v;
+            if (kind == 2) key = "flag", value = v % 2 ? "true" : "false", want.flag = v % 2 == 1;
+            if (kind == 3) key = "at", value = "{\"y\":" + value + "}", want.at.y = v;
+            if (kind == 4) key = nullable[pick(4)], value = "null";
+            if (kind == 5) std::tie(key, value) = unknown[pick(6)];
+            if (text.size() > 1) text += std::string(spaces[pick(4)]) + ",";
+            text += spaces[pick(4)] + ('"' + key + '"') + spaces[pick(4)] + ":" + spaces[pick(4)] +
+                    value;
+        }
+        text += std::string(spaces[pick(4)]) + "}";
+        Sample got;
+        ajson::Error error;
+        ASSERT_TRUE(AJsonUtil::Bind(text, got, error)) << text << "\n" << error.position;
+        EXPECT_EQ(std::tie(got.name, got.count, got.flag, got.at, got.numbers),
+                  std::tie(want.name, want.count, want.flag, want.at, want.numbers))
+            << text;
+    }
 }
 
 // Test each failure's reader message and position, and that the target is left untouched.

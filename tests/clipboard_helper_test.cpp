@@ -84,13 +84,9 @@ TEST(ClipboardHelper, ContentIsReadFromTheFirstListedFormat) {
     }
     ASSERT_TRUE(ReplaceClipboard({{kClipboardUnicodeText, Utf16Bytes(u"u")}, {kPrivateText, "p"}}));
     std::string narrow;
-    std::wstring wide;
     EXPECT_FALSE(Helper().ReadTextFormat(kClipboardUnicodeText, narrow));
     EXPECT_FALSE(Helper().ReadTextFormat(0, narrow));
-    EXPECT_FALSE(Helper().ReadWideTextFormat(kClipboardText, wide));
-    EXPECT_FALSE(Helper().ReadWideTextFormat(kPrivateText, wide));
-    EXPECT_FALSE(Helper().ReadWideTextFormat(kPrivateWide, wide)) << "not on the clipboard";
-    EXPECT_EQ(narrow + platform::WideToUtf8(wide), "");
+    EXPECT_EQ(narrow, "");
 }
 
 // Test that a copy replaces everything, that a clipboard held elsewhere fails
@@ -116,6 +112,35 @@ TEST(ClipboardHelper, CopyReplacesTheClipboardAndEveryOperationClosesIt) {
     EXPECT_TRUE(ClipboardHeldElsewhere().Held());
     EXPECT_EQ(ReadClipboardUnicodeText(), text);
     EXPECT_EQ(Listed(), (Formats{kClipboardUnicodeText, kClipboardText}));
+}
+
+// Test the two wide-text readers over what the clipboard holds: each reads its own format's
+// units up to the first zero unit (surrogate pairs whole), the private format is never made
+// from the standard ones nor they from it, and the narrow formats are not wide text.
+TEST(ClipboardHelper, WideTextIsReadFromItsOwnFormatUpToTheZeroUnit) {
+    const struct {
+        std::vector<ClipboardData> items;
+        const char* privateWide;  // null: not read
+        const char* unicode;
+    } cases[] = {
+        {{{kPrivateWide, Utf16Bytes(std::u16string(u"ab\0cd", 5))}}, "ab", nullptr},
+        {{{kPrivateWide, Utf16Bytes(u"\U0001F600\u8BA2")}}, "\xF0\x9F\x98\x80\xE8\xAE\xA2", nullptr},
+        {{{kClipboardUnicodeText, Utf16Bytes(std::u16string(u"x\0y", 3))}}, nullptr, "x"},
+        {{{kClipboardText, "ansi"}}, nullptr, "ansi"},
+        {{{kPrivateText, "p"}}, nullptr, nullptr},
+        {{{kPrivateWide, Utf16Bytes(u"w")}, {kClipboardUnicodeText, Utf16Bytes(u"u")}}, "w", "u"},
+    };
+    for (const auto& c : cases) {
+        ASSERT_TRUE(ReplaceClipboard(c.items));
+        const char* const narrow = nullptr;  // never read as wide text
+        for (const auto& [format, expected] :
+             {std::pair(kPrivateWide, c.privateWide), std::pair(kClipboardUnicodeText, c.unicode),
+              std::pair(kPrivateText, narrow), std::pair(kClipboardText, narrow)}) {
+            std::wstring wide = L"stale";
+            EXPECT_EQ(Helper().ReadWideTextFormat(format, wide), expected != nullptr) << format;
+            EXPECT_EQ(platform::WideToUtf8(wide), expected ? expected : "stale") << format;
+        }
+    }
 }
 
 }  // namespace

@@ -28,23 +28,14 @@ std::string CallOf(const char* method, const Json::Value& params, bool isWorker 
 // Test that only absolute http(s) links reach the shell from each shell-opening method, in
 // their serialized form, and that every refusal is logged.
 TEST(HostilePage, ShellOpensOnlyStrictWebLinks) {
+    // What WebUrl reads and refuses is its own test's; here, one link of each kind per method.
     const std::vector<std::pair<std::string, std::string>> kOpened = {
-        {"https://dl.example/setup.exe", "https://dl.example/setup.exe"},
         {"HTTP://dl.example:8080/a?b=c#d", "http://dl.example:8080/a?b=c#d"},
-        {"https://shop.example/\xE8\xAE\xA2\xE5\x8D\x95",
-         "https://shop.example/%E8%AE%A2%E5%8D%95"},
-        {"https://[::1]:8443/x", "https://[::1]:8443/x"},
-        {"https://dl.example/a b?q=\"x\"|y", "https://dl.example/a%20b?q=%22x%22%7Cy"},
-        {"https://dl.example/%zz", "https://dl.example/%25zz"}};
-    // clang-format off
+        {"https://dl.example/a b?q=\"x\"|y", "https://dl.example/a%20b?q=%22x%22%7Cy"}};
     const std::vector<std::string> kRefused = {
         "C:\\Windows\\System32\\calc.exe", "\\\\evil.example\\share\\x.exe",
-        "file:///C:/Windows/System32/calc.exe", "search-ms:query=x&crumb=location:\\\\evil\\s",
-        "ms-msdt:/id PCWDiagnostic", "javascript:alert(1)", "https://user:pw@dl.example/",
-        "https://dl.example/a\tb", "https://dl.example/\r\nx", "https:\\\\dl.example\\x",
-        "https://dl.example/\xC2\xA0", "https:dl.example/x", "https://", "https://dl.example:99999/",
-        "https://dl.example/\xE2\x80\xAE" "exe.pdf", "ftp://dl.example/x", "https:///dl.example/"};
-    // clang-format on
+        "search-ms:query=x&crumb=location:\\\\evil\\s", "javascript:alert(1)",
+        "https://user:pw@dl.example/", "https://dl.example/\r\nx", "ftp://dl.example/x", "https://"};
     const struct {
         const char* method;
         const char* key;
@@ -524,32 +515,10 @@ std::string CallFromPage(const char* module, const char* method, const Json::Val
     return Compact(answer) + (result ? " true" : " false");
 }
 
-// Test that page requests never reach the merchant's own machine or network, whatever the
-// address spelling, unless the host lists the host; and that the host's network code gets the
-// URL as the check read it.
+// Test that page requests never reach the merchant's own machine or network unless the host lists
+// the host, from each method that makes one, and that the host's network code gets the URL as the
+// check read it (the spellings themselves are LocalHosts' and WebUrl's tests).
 TEST(HostilePage, RequestsStayOffTheLocalNetwork) {
-    const std::vector<std::string> kLocal = {"http://127.0.0.1:8080/",
-                                             "http://localhost/",
-                                             "http://LOCALHOST./x",
-                                             "http://api.localhost/",
-                                             "http://169.254.169.254/latest/meta-data/",
-                                             "http://10.0.0.1/",
-                                             "http://192.168.1.1/",
-                                             "http://172.20.0.1/",
-                                             "http://[::1]/",
-                                             "http://[::ffff:127.0.0.1]/",
-                                             "http://0x7f.1/",
-                                             "http://2130706433/",
-                                             "http://0177.0.0.1/",
-                                             "http://127.0.0.1./",
-                                             "http://0/",
-                                             "http://[fe80::1]/",
-                                             "http://[fd00::5]/",
-                                             "http://router/",
-                                             "http://nas.local/",
-                                             "http://%31%32%37.1/",
-                                             "http://\xEF\xBC\x91\xEF\xBC\x92\xEF\xBC\x97.0.0.1/",
-                                             "https://user:pw@api.example/"};
     const bool windows = platform::LocalPathRules() == platform::PathRules::kWindows;
     const std::string root = windows ? "C:\\" : "/";
     const auto calls = [&root](const std::string& url) {
@@ -568,43 +537,34 @@ TEST(HostilePage, RequestsStayOffTheLocalNetwork) {
     };
     RecordingHost host;
     ScopedActionInterface installed(&host);
-    {
-        ScopedPagePolicy policy;
-        ScopedLogCapture log;
-        for (const std::string& url : kLocal) {
+    MoxPagePolicy unlisted;
+    unlisted.fileRoots = {root};
+    MoxPagePolicy listed = unlisted;
+    listed.allowedNetworkHosts = {"127.0.0.0/8", "*.local"};
+    for (const auto& [url, sent] : {std::pair{"http://0x7f.1:8080/a b", "http://127.0.0.1:8080/a%20b"},
+                                    {"HTTP://Nas.Local", "http://nas.local/"},
+                                    {"http://%31%32%37.1/", "http://127.0.0.1/"},
+                                    {"http://\xEF\xBC\x91\xEF\xBC\x92\xEF\xBC\x97.0.0.1/", "http://127.0.0.1/"},
+                                    {"https://user:pw@api.example/", ""},
+                                    {"http://[fd00::5]/", ""},
+                                    {"http://router/", ""}}) {
+        for (const MoxPagePolicy* in : {&unlisted, &listed}) {
+            ScopedPagePolicy policy(*in);
+            ScopedLogCapture log;
+            host.ClearCalls();
+            const bool passes = in == &listed && *sent;
             for (const auto& [module, method, params] : calls(url)) {
                 EXPECT_EQ(CallFromPage(module, method, params, true, 7),
-                          R"({"message":"Invalid param."} false)")
+                          passes ? R"({"AsynExec":true} true)" : R"({"message":"Invalid param."} false)")
                     << method << " " << url;
             }
+            EXPECT_EQ(log->Matching("[MoxH5] Page policy refused a network URL: ").size(),
+                      passes ? 0u : 3u)
+                << url;
+            ASSERT_EQ(host.Calls().size(), passes ? 3u : 0u) << url;
+            for (const HostCall& call : host.Calls()) EXPECT_EQ(call.args["url"].asString(), sent);
         }
-        EXPECT_EQ(host.Calls().size(), 0u);
-        EXPECT_EQ(log->Matching("[MoxH5] Page policy refused a network URL: ").size(),
-                  3 * kLocal.size());
     }
-    // Listed hosts pass; the host gets the serialized URL, not the page's spelling.
-    MoxPagePolicy listed;
-    listed.allowedNetworkHosts = {"localhost", "127.0.0.0/8", "*.local"};
-    listed.fileRoots = {root};
-    ScopedPagePolicy policy(listed);
-    for (const auto& [url, sent] :
-         {std::pair{"http://0x7f.1:8080/a b", "http://127.0.0.1:8080/a%20b"},
-          {"HTTP://LocalHost/x", "http://localhost/x"},
-          {"http://nas.local", "http://nas.local/"}}) {
-        host.ClearCalls();
-        for (const auto& [module, method, params] : calls(url)) {
-            EXPECT_EQ(CallFromPage(module, method, params, true, 7), R"({"AsynExec":true} true)")
-                << method << " " << url;
-        }
-        ASSERT_EQ(host.Calls().size(), 3u) << url;
-        for (const HostCall& call : host.Calls()) EXPECT_EQ(call.args["url"].asString(), sent);
-    }
-    host.ClearCalls();
-    for (const auto& [module, method, params] : calls("http://10.0.0.1/")) {
-        EXPECT_EQ(CallFromPage(module, method, params, true, 7),
-                  R"({"message":"Invalid param."} false)");
-    }
-    EXPECT_EQ(host.Calls().size(), 0u);
 }
 
 // Test that no download or save writes a file the Windows shell acts on when its folder is
@@ -701,12 +661,7 @@ TEST(HostilePage, ShellSchemesWithAnAuthorityKeepTheWebRules) {
     schemes.shellSchemes = {"http", "https", "ftp", "ws", "wss", "file", "myapp"};
     ScopedPagePolicy policy(schemes);
     const std::pair<const char*, const char*> kTargets[] = {
-        {"ftp:a:b@evil.example/", nullptr},
         {"ftp://a:b@evil.example/", nullptr},
-        {"ftp:evil.example/x", nullptr},
-        {"ws://u@evil.example/", nullptr},
-        {"wss:\\\\evil.example", nullptr},
-        {"file:///C:/Windows/System32/calc.exe", nullptr},
         {"file://localhost/etc/passwd", nullptr},
         {"FTP://files.example:21/a b", "ftp://files.example/a%20b"},
         {"wss://chat.example/s?x=\"1\"", "wss://chat.example/s?x=%221%22"},

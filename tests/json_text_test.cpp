@@ -8,8 +8,10 @@
 #include <json/writer.h>
 
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -30,79 +32,150 @@ Json::Value JsoncppParse(const std::string& text, bool& ok) {
     return value;
 }
 
-TEST(JsonText, ReadsAsJsoncppDoesAndWritesWhatReadsBack) {
-    const char* const valid[] = {
-        "null",
-        " true ",
-        "false",
-        "0",
-        "-0",
-        "-12",
-        "9223372036854775807",
-        "-9223372036854775808",
-        "18446744073709551615",
-        "18446744073709551616",
-        "1.5e-3",
-        "2E+10",
-        R"("a\"b\\c\/d\b\f\n\r\t")",
-        R"("\u00e9\u4e2d\ud83d\ude00")",
-        "\"\xE4\xB8\xAD\"",
-        R"({"b":[1,{"c":null}],"a":"x","a":"last"})",
-        "[[],{},[[]]]",
-        "{\"\":1}",
-    };
-    for (const char* text : valid) {
+// Generated JSON texts, valid by construction or with one fault that RFC 8259 refuses wherever
+// it stands; the same for a seed on every platform (no standard distributions).
+class JsonTexts {
+public:
+    explicit JsonTexts(uint32_t seed) : m_rng(seed) {}
+
+    // A container, so that every proper prefix is invalid; `faulty`: with one fault somewhere.
+    std::string Document(bool faulty) {
+        m_fault = faulty;
+        std::string text = Container(0);
+        if (m_fault) text.insert(text.size() - 1, "," + FaultyValue());  // none placed yet
+        return Space() + text + Space();
+    }
+    unsigned Pick(unsigned n) { return static_cast<unsigned>(m_rng() % n); }
+    std::string Space() {
+        static const char* const spaces[] = {"", "", "", " ", "\t", "\n", "\r", " \r\n\t"};
+        return spaces[Pick(8)];
+    }
+
+    bool FaultHere(unsigned odds) {
+        if (!m_fault || Pick(odds) != 0) return false;
+        m_fault = false;
+        return true;
+    }
+    std::string Digits(unsigned most) {
+        std::string digits(1, static_cast<char>('1' + Pick(9)));
+        for (unsigned n = Pick(most); n; --n) digits += static_cast<char>('0' + Pick(10));
+        return digits;
+    }
+    std::string Number() {
+        static const char* const edges[] = {
+            "0", "-0", "-0.0", "9223372036854775807", "9223372036854775808", "-9223372036854775808",
+            "-9223372036854775809", "18446744073709551615", "18446744073709551616", "0e0", "0.5E-1"};
+        const std::string sign = Pick(3) == 0 ? "-" : "";
+        switch (Pick(5)) {
+            case 0: return edges[Pick(sizeof edges / sizeof *edges)];
+            case 1: return sign + Digits(22);
+            case 2: return sign + (Pick(2) ? "0" : Digits(4)) + "." + Digits(8);
+            case 3:
+                return sign + Digits(3) + (Pick(2) ? "." + Digits(3) : "") + (Pick(2) ? "e" : "E") +
+                       (Pick(3) == 0 ? "" : Pick(2) ? "+" : "-") + Digits(1);
+            default: return sign + Digits(5);
+        }
+    }
+    std::string String() {
+        static const char* const pieces[] = {
+            "a", "Zz", " ", "\\\"", "\\\\", "\\/", "\\b", "\\f", "\\n", "\\r", "\\t", "\\u0000",
+            "\\u001F", "\\u00e9", "\\u4E2D", "\\uFFFF", "\\ud83d\\ude00", "\\uDBFF\\uDFFF",
+            "\xC3\xA9", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80", "\x7F", "'", "/", "abcdefghi"};
+        std::string text = "\"";
+        for (unsigned n = Pick(6); n; --n) text += pieces[Pick(sizeof pieces / sizeof *pieces)];
+        return text + "\"";
+    }
+    // A value no position in a document allows.
+    std::string FaultyValue() {
+        if (Pick(3) == 0) {  // a bad character or escape anywhere in a string
+            static const char* const stops[] = {"\x01", "\x1F", "\t", "\n", "\\q", "\\u12", "\\"};
+            return "\"" + std::string(Pick(20), 'x') + stops[Pick(7)] + std::string(1 + Pick(20), 'y') +
+                   "\"";
+        }
+        static const char* const faults[] = {
+            "01", "-01", "00", "1.", ".5", "-", "+1", "1e", "1e+", "-.5", "0x1", "1.e3",
+            "tru", "nul", "fals", "True", "NULL", "NaN", "Infinity", "-Infinity", "'a'",
+            "\"\\x\"", "\"\\u12\"", "\"\\u1\"", "\"\\u12G4\"", "\"\\U0041\"", "\"\\ud800\"", "\"\\ud800\\u0041\"",
+            "\"\\udc00\"", "\"\\uDFFF\"", "\"\\udfff\\ud800\"", "\"a\\uDBFF\"",
+            "\"\\ud800\\udbff\"", "\"\\ud800\\ue000\"",
+            "[1,]", "[,1]", "[1 2]", "[,]", "{\"a\":1,}", "{\"a\" 1}", "{a:1}", "{\"a\":}",
+            "{\"a\"}", "{,}", "{'a':1}", "{1:1}", "[1]]"};
+        return faults[Pick(sizeof faults / sizeof *faults)];
+    }
+    std::string Value(int depth) {
+        if (FaultHere(12)) return FaultyValue();
+        const unsigned kind = Pick(depth < 4 ? 8 : 6);  // 6 and 7: a container
+        if (kind >= 6) return Container(depth + 1);
+        if (kind == 2 || kind == 3) return kind == 3 && Pick(2) ? "null" : String();
+        if (kind == 4) return Pick(2) ? "true" : "false";
+        return Number();
+    }
+    std::string Container(int depth) {
+        const bool object = Pick(2) == 0;
+        std::string text(1, object ? '{' : '[');
+        const unsigned count = Pick(5);
+        for (unsigned i = 0; i < count; ++i) {
+            if (i) text += Space() + "," + Space();
+            if (object) text += (Pick(4) == 0 ? std::string("\"k\"") : String()) + Space() + ":" + Space();
+            text += Value(depth);
+        }
+        return text + (object ? '}' : ']');
+    }
+
+    std::mt19937 m_rng;
+    bool m_fault = false;
+};
+
+// Test the reader against jsoncpp on generated texts: a valid one reads as jsoncpp reads it,
+// also as a payload, and writes back (compact and indented) as jsoncpp would; one with a fault
+// jsoncpp may let pass too (leading zeros, lone surrogates, raw controls) is refused as a
+// document, a payload and a skipped member, and so is every proper prefix of a valid one.
+TEST(JsonText, ReaderAgreesWithJsoncppOnGeneratedTexts) {
+    JsonTexts texts(20260415);
+    for (int round = 0; round < 1500; ++round) {
+        const std::string valid = texts.Document(false);
         Json::Value ours;
         bool theirsOk = false;
-        const Json::Value theirs = JsoncppParse(text, theirsOk);
-        ASSERT_TRUE(theirsOk) << text;
-        ASSERT_TRUE(ParseJson(text, ours)) << text;
-        EXPECT_EQ(ours, theirs) << text;
+        const Json::Value theirs = JsoncppParse(valid, theirsOk);
+        ASSERT_TRUE(theirsOk) << valid;
+        ASSERT_TRUE(ParseJson(valid, ours)) << valid;
+        ASSERT_EQ(ours, theirs) << valid;
         Json::Value again;
-        ASSERT_TRUE(ParseJson(CompactJson(ours), again)) << CompactJson(ours);
-        EXPECT_EQ(again, ours) << text;
+        EXPECT_TRUE(ParseJson(CompactJson(ours), again) && again == ours) << CompactJson(ours);
+        EXPECT_EQ(moxh5::detail::StyledJson(ours), Json::writeString(Json::StreamWriterBuilder(), ours));
+        moxh5::detail::RequestRecord call;
+        ASSERT_TRUE(moxh5::detail::ReadRequestText("{\"payload\":" + valid + ",\"x\":" + valid + "}",
+                                                   call)) << valid;
+        EXPECT_EQ(call.data.payload, theirs) << valid;
+        const size_t cut = texts.Pick(static_cast<unsigned>(valid.find_last_not_of(" \t\r\n")));
+        EXPECT_FALSE(ParseJson(valid.substr(0, cut), again)) << valid.substr(0, cut);
+
+        // Values alone, where the text ends right after them.
+        const std::string scalar = texts.Value(4), badScalar = texts.FaultyValue();
+        ASSERT_TRUE(ParseJson(scalar, ours)) << scalar;
+        EXPECT_EQ(ours, JsoncppParse(scalar, theirsOk)) << scalar;
+        EXPECT_FALSE(ParseJson(badScalar, ours)) << badScalar;
+        const std::string faulty = texts.Document(true);
+        EXPECT_FALSE(ParseJson(faulty, ours)) << faulty;
+        for (const char* member : {"{\"payload\":", "{\"other\":"}) {
+            for (const bool withPayload : {true, false}) {
+                moxh5::detail::RequestRecord refused;
+                EXPECT_FALSE(moxh5::detail::ReadRequestText(member + faulty + "}", refused,
+                                                            withPayload)) << faulty;
+            }
+        }
     }
-    bool ok = false;
-    EXPECT_EQ(CompactJson(JsoncppParse("{\"k\":[\"\\u0001\xC3\xA9\",1.5,-2,true]}", ok)),
-              "{\"k\":[\"\\u0001\xC3\xA9\",1.5,-2,true]}");
 }
 
-TEST(JsonText, RefusesWhatIsNotOneJsonValue) {
-    const char* const invalid[] = {
-        "",
-        " ",
-        "{",
-        "[1,]",
-        "{\"a\":1,}",
-        "{a:1}",
-        "01",
-        "1.",
-        ".5",
-        "-",
-        "1e",
-        "+1",
-        "tru",
-        "nul",
-        "\"abc",
-        "\"\\x\"",
-        "\"\\u12\"",
-        "\"\\udc00\"",
-        "\"\\ud800x\"",
-        "\"a\tb\"",
-        "{} {}",
-        "[1] x",
-        "'a'",
-        "{\"a\" 1}",
-        "[1 2]",
-        "// comment\n1",
-    };
-    for (const char* text : invalid) {
+// Test the nesting bound on both sides, for the reader and the skipping reader.
+TEST(JsonText, NestingStopsPastTheBound) {
+    for (const int depth : {128, 129}) {
+        const std::string text = std::string(depth - 1, '[') + "{\"a\":1}" + std::string(depth - 1, ']');
         Json::Value value;
-        EXPECT_FALSE(ParseJson(text, value)) << text;
+        moxh5::detail::RequestRecord call;
+        EXPECT_EQ(ParseJson(text, value), depth == 128) << depth;
+        EXPECT_EQ(moxh5::detail::ReadRequestText("{\"x\":" + text + "}", call), depth == 128);
     }
-    Json::Value value;
-    EXPECT_FALSE(ParseJson(std::string(129, '[') + std::string(129, ']'), value));
-    EXPECT_TRUE(ParseJson(std::string(128, '[') + "1" + std::string(128, ']'), value));
 }
 
 // Test the JSON of log lines: compact, cut like a line, and without cookies or credentials.
@@ -137,21 +210,11 @@ std::string JsoncppStyled(const Json::Value& value) {
     return Json::writeString(Json::StreamWriterBuilder(), value);
 }
 
-// Test that the indented text is jsoncpp's default text byte for byte: layout, member order,
-// escapes of every byte alone and in UTF-8 sequences (well-formed, cut short, overlong,
-// surrogates), doubles, comments and arrays with indexes missing.
+// Test that the indented text is jsoncpp's default text byte for byte: escapes of every byte
+// alone and in UTF-8 sequences (well-formed, cut short, overlong, surrogates), doubles that are
+// no numbers, comments and arrays with indexes missing (layouts: the generated texts).
 TEST(JsonText, StyledTextIsJsoncppsDefaultText) {
     std::vector<Json::Value> values;
-    for (const char* text : {
-             "null", "true", "-9223372036854775808", "18446744073709551615", "0.1", "-0.0",
-             "1e300", "3.0", "\"\"", "[]", "{}", "[[],{},[[]],{\"a\":{}}]",
-             R"({"b":[1,"x",null],"a":{"x":true,"y":[{"z":1.5}]},"":0,"c":null})",
-             R"({"\u00e9":"\u4e2d\ud83d\ude00","t\"a\\b":"a\/b\n\r\t\b\f"})",
-         }) {
-        Json::Value value;
-        ASSERT_TRUE(ParseJson(text, value)) << text;
-        values.push_back(value);
-    }
     for (int byte = 0; byte < 256; ++byte) {
         values.emplace_back(std::string("a") + static_cast<char>(byte) + "z");
     }
@@ -208,29 +271,6 @@ TEST(JsonText, EnvelopeTextIsTheEnvelopeValuesText) {
     }
 }
 
-// Test the string reader at every position of the eight-byte scan: an escape or a UTF-8
-// sequence placed anywhere in strings of every length around a word reads as jsoncpp reads it,
-// and a raw control character anywhere is refused.
-TEST(JsonText, StringsReadAlikeWhereverTheStopFalls) {
-    const std::pair<const char*, bool> stops[] = {
-        {"\\\"", true}, {"\\\\", true}, {"\\u00e9", true}, {"\xC3\xA9", true}, {"~", true},
-        {"\x01", false}, {"\x1f", false}, {"\\q", false},
-    };
-    for (const auto& [stop, valid] : stops) {
-        for (size_t length = 0; length <= 20; ++length) {
-            for (size_t at = 0; at <= length; ++at) {
-                const std::string text = "[\"" + std::string(at, 'x') + stop +
-                                         std::string(length - at, 'y') + "\",\"tail\"]";
-                Json::Value ours;
-                ASSERT_EQ(ParseJson(text, ours), valid) << text;
-                if (!valid) continue;
-                bool theirsOk = false;
-                EXPECT_EQ(ours, JsoncppParse(text, theirsOk)) << text;
-            }
-        }
-    }
-}
-
 // Test reading a request straight into the record: each member in its place, escaped names
 // recognized, a repeated member's last value kept, other members checked and skipped, the
 // payload's method and params noted in place, and a page text's payload skipped.
@@ -274,10 +314,7 @@ TEST(JsonText, RequestTextRefusals) {
     const std::pair<std::string, std::string> cases[] = {
         {"", ""},
         {"[]", ""},
-        {R"({"payload":{"method":"m",}})", ""},
         {R"({"payload":{"method":"m"}} x)", ""},
-        {R"({"other":[1,]})", ""},
-        {R"({"other":"\x"})", ""},
         {R"({"mallcsid":"a)", ""},
         {"{\"mallcsid\":\"a\tb\"}", ""},
         {R"({"mallcsid":1})", "member \"mallcsid\" must be a string or null"},
@@ -287,8 +324,6 @@ TEST(JsonText, RequestTextRefusals) {
         {R"({"webindex":2147483648})", "member \"webindex\" must be a 32-bit integer or null"},
         {R"({"webindex":1.5})", "member \"webindex\" must be a 32-bit integer or null"},
         {R"({"webindex":[1})", ""},
-        {R"({"payload":)" + std::string(129, '[') + std::string(129, ']') + "}", ""},
-        {R"({"other":)" + std::string(129, '[') + std::string(129, ']') + "}", ""},
     };
     for (const auto& [text, problem] : cases) {
         for (const bool withPayload : {true, false}) {

@@ -1,6 +1,8 @@
 // Tests of the module "JSPhoto" through the process-wide manager.
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "tests/fakes/bridge_fixture.h"
 #include "tests/fakes/capture_sinks.h"
 
@@ -24,30 +26,40 @@ protected:
     Json::Value answer;
 };
 
-// Test what stops a call before the host acts, and with which trace and message.
-TEST_F(PhotoModule, RefusalsComeBeforeTheHostActs) {
+// Test each method, working and refused, from both kinds of page: a refusal comes before the
+// host acts and carries no message; a render page's answer of every method but "watch" carries
+// "NoNeedUnifyCallBack" (the host's viewer answers the page) whether the call worked or not, a
+// worker page's never does, nor does "watch"'s.
+TEST_F(PhotoModule, RefusalsComeBeforeTheHostActsAndRenderAnswersStayQuiet) {
     const struct {
         const char* method;
         const char* params;
-        bool urlTraced;
+        const char* hostOp;  // null: refused
     } cases[] = {
-        {"watch", R"({"msg_id":"m"})", false},
-        {"watch", R"({"url":"u","msg_id":3})", true},
-        {"batchDownload", R"({"url":"u"})", true},
-        {"store", R"({"url":5})", false},
-        {"watchCommon", R"({"urlArr":{"url":"a"}})", false},
+        {"watch", R"({"url":"u","msg_id":"m"})", "ViewPicture"},
+        {"watch", R"({"msg_id":"m"})", nullptr},
+        {"watch", R"({"url":"u","msg_id":3})", nullptr},
+        {"store", R"({"url":"u"})", "StorePicture"},
+        {"store", R"({"url":5})", nullptr},
+        {"watchCommon", R"({"urlArr":[{"url":"a"}],"index":0})", "ViewPictureList"},
+        {"watchCommon", R"({"urlArr":{"url":"a"}})", nullptr},
+        {"batchDownload", R"({"url":"u","msg_id":"m"})", "BatchDownloadPictures"},
+        {"batchDownload", R"({"url":"u"})", nullptr},
     };
+    ScopedLogCapture log;
     for (const auto& c : cases) {
-        ScopedLogCapture log;
-        EXPECT_EQ(Run(c.method, c.params), std::make_tuple(true, false)) << c.params;
-        EXPECT_EQ(log->Contains("[MoxH5] JS watch pic url:u."), c.urlTraced) << c.params;
-        EXPECT_FALSE(answer.isMember("message")) << c.params;
-        EXPECT_TRUE(host.Calls().empty()) << c.params;
+        for (const bool isWorker : {false, true}) {
+            SCOPED_TRACE(std::string(c.method) + " " + c.params + (isWorker ? " worker" : " render"));
+            EXPECT_EQ(Run(c.method, c.params, isWorker), std::make_tuple(true, c.hostOp != nullptr));
+            EXPECT_EQ(host.CountOf(c.hostOp ? c.hostOp : "GetCurrentUid"), c.hostOp ? 1u : 0u);
+            EXPECT_TRUE(c.hostOp || host.Calls().empty());
+            EXPECT_FALSE(answer.isMember("message"));
+            const bool quiet = !isWorker && std::string(c.method) != "watch";
+            EXPECT_EQ(answer.get("NoNeedUnifyCallBack", false), Json::Value(quiet));
+        }
     }
     ScopedUserCenter noUserCenter(nullptr);
-    ScopedLogCapture log;
     EXPECT_EQ(Run("watch", R"({"url":"u","msg_id":"m"})"), std::make_tuple(true, false));
-    EXPECT_EQ(log->Matching("UserCenter is null, {").size(), 1u);
     EXPECT_TRUE(host.Calls().empty());
 }
 
