@@ -13,9 +13,8 @@
 #   mingw-x86  Windows i686 cross build (the DLL that ships); its tests run
 #              under 32-bit Wine. Where the kernel cannot start 32-bit programs
 #              and Wine's 32-bit side runs through qemu's user emulation (about
-#              a minute per program start), the boundary, C interface,
-#              MSVC-style host, DLL and tour tests run, and the rest is listed
-#              as not run; MOXH5_I686_FULL=1 runs them all (about 35 minutes)
+#              a minute per program start), every test runs but for a few unit
+#              tests that qemu cannot run, which are listed
 #   fuzz       a short libFuzzer run over every module (MOXH5_FUZZ_SECONDS)
 # First it prints the test-to-code line ratios (tools/test_ratio.sh).
 # Stops at the first failure. Set MOXH5_SKIP_SETUP=1 to skip the set-up step.
@@ -58,13 +57,18 @@ bash tools/fuzz.sh "${MOXH5_FUZZ_SECONDS:-60}" 2>&1 | tail -n 6
 step "configure, build and test: mingw-x86"
 cmake --preset mingw-x86 >/dev/null
 cmake --build --preset mingw-x86
-I686_UNDER_EMULATION='^(wine_server_start|wine_server_stop|moxh5_host_boundary_test|moxh5_c_interface_test|msvc_style_host|moxh5_dll_exports|moxh5_installed_package|transcript_tour)$'
-if [ -e /proc/sys/fs/binfmt_misc/moxh5-i386 ] && [ "${MOXH5_I686_FULL:-0}" != 1 ]; then
-    echo "32-bit programs run through qemu user emulation on this kernel; not run here:"
-    ctest --preset mingw-x86 -N -E "$I686_UNDER_EMULATION" | sed -n 's/^ *Test *#[0-9]*: /  /p'
-    ctest --preset mingw-x86 -j2 -R "$I686_UNDER_EMULATION"
-else
-    ctest --preset mingw-x86 -j2
+if [ -e /proc/sys/fs/binfmt_misc/moxh5-i386 ]; then
+    # Where 32-bit programs run through qemu's user emulation, a few unit tests
+    # bring the emulated process down every time (qemu reports a segmentation
+    # fault, or Wine loses its server connection): the busy-thread ones, the
+    # 64 KiB WebSocket frame, the temporary tree removed after a refused link.
+    # They pass natively, under the sanitizers and under 64-bit Wine, so they
+    # are left out here and named.
+    export GTEST_FILTER='-Concurrency.*:HostReport.SinksSwapWhileReportsRun:DevhostSocket.FramesAreReadWholeOrRefused:HostilePage.LinksInARootDoNotLeadOutOfIt'
+    echo "32-bit programs run through qemu user emulation on this kernel; unit tests not run here:"
+    echo "  ${GTEST_FILTER#-}" | sed 's/:/\n  /g'
 fi
+ctest --preset mingw-x86 -j2
+unset GTEST_FILTER
 
 step "all presets passed"
