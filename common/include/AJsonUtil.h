@@ -75,11 +75,9 @@ public:
     // Consumes '{' (else fails "read object must start with {!"); true with
     // `empty` set when '}' follows at once.
     bool BeginObject(bool& empty);
-    // A member's key and the ':' after it.
-    bool ReadKey(std::string& key);
-    // The same, the key seen in place when it has no escape (decoded into
-    // `decoded` otherwise): no string is built for it. `key` is valid while the
-    // text and `decoded` are.
+    // A member's key and the ':' after it, the key seen in place when it has
+    // no escape (decoded into `decoded` otherwise): no string is built for it.
+    // `key` is valid while the text and `decoded` are.
     bool ReadKey(std::string_view& key, std::string& decoded);
     // After a member: ',' sets `more`, '}' clears it, anything else fails.
     bool NextMember(bool& more);

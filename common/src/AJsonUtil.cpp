@@ -86,14 +86,6 @@ bool Reader::BeginObject(bool& empty) {
     return true;
 }
 
-bool Reader::ReadKey(std::string& key) {
-    if (Peek() != '"') return Fail(kKeyNotAString);
-    if (!ScanString(&key, kNotAString)) return false;
-    if (Peek() != ':') return Fail(kInvalidDocument);
-    ++m_pos;
-    return true;
-}
-
 bool Reader::ReadKey(std::string_view& key, std::string& decoded) {
     if (Peek() != '"') return Fail(kKeyNotAString);
     const size_t start = m_pos + 1;
