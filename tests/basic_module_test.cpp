@@ -102,8 +102,9 @@ TEST(BasicModule, SetLogKeepsPageTextOnOneBoundedLine) {
          "[MoxH5] a\\u2028b\\u2029c\\u0085d\\u009be"},
         {"\xE2\x80\xAE"
          "fdp.exe\xE2\x80\xAA\xE2\x80\xAD\xE2\x81\xA6"
-         "x\xE2\x81\xA9\xE2\x80\x8E\xE2\x80\x8F\xD8\x9C",
-         "[MoxH5] \\u202efdp.exe\\u202a\\u202d\\u2066x\\u2069\\u200e\\u200f\\u061c"},
+         "x\xE2\x81\xA9\xE2\x80\x8E\xE2\x80\x8F\xD8\x9C"
+         "z",
+         "[MoxH5] \\u202efdp.exe\\u202a\\u202d\\u2066x\\u2069\\u200e\\u200f\\u061cz"},
         {"\xE2\x80\x94\xE2\x80\xA7\xE2\x80\xAF\xE2\x81\xA5\xC2\xA0",
          "[MoxH5] \xE2\x80\x94\xE2\x80\xA7\xE2\x80\xAF\xE2\x81\xA5\xC2\xA0"},
         {separators, "[MoxH5] " + escaped + "...[cut 2001 bytes]"},
