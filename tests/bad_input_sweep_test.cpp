@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "modules/native/H5NativeWorker.h"
+#include "payload_limits.h"
 #include "moxh5/platform.h"
 #include "tests/fakes/bridge_fixture.h"
 #include "tests/fakes/capture_sinks.h"
@@ -161,6 +162,36 @@ TEST_F(BadInputSweep, KeysOfWrongTypeEmptyInvalidDeepOrHuge) {
         Json::Value params(Json::objectValue);
         params[key] = big;
         Sweep(Payload(params), std::string("megabyte ") + key);
+    }
+}
+
+// Test the value and nesting bounds of a payload on both sides: every container and element
+// counts as a value; "[]" is 1 deep.
+TEST(PayloadLimits, EachBoundHoldsOnBothSides) {
+    using detail::kMaxPayloadValues;
+    const auto values = [](size_t count) {  // the array and count - 1 null elements
+        Json::Value array(Json::arrayValue);
+        array.resize(static_cast<Json::ArrayIndex>(count - 1));
+        return array;
+    };
+    const auto nested = [](int depth) {
+        Json::Value value(Json::arrayValue);
+        for (int i = 1; i < depth; ++i) {
+            Json::Value outer(Json::arrayValue);
+            outer.append(std::move(value));
+            value = std::move(outer);
+        }
+        return value;
+    };
+    const struct {
+        Json::Value payload;
+        bool within;
+    } kCases[] = {
+        {values(kMaxPayloadValues), true},  {values(kMaxPayloadValues + 1), false},
+        {nested(detail::kMaxJsonDepth), true}, {nested(detail::kMaxJsonDepth + 1), false},
+    };
+    for (size_t i = 0; i < std::size(kCases); ++i) {
+        EXPECT_EQ(detail::PayloadWithinLimits(kCases[i].payload), kCases[i].within) << i;
     }
 }
 
