@@ -142,6 +142,8 @@ TEST(AJsonBinder, FailsWithTheReadersMessageAndPosition) {
         {R"({"other": [{5: 1}]})", "object key must be string", "error at line :1 col :13 msg:"},
         {"{\n  \"name\": \"ok\",\n  \"flag\": \"yes\"\n}", "not a valid bool!",
          "error at line :3 col :11 msg:\"yes\""},
+        // A line break at the fault still belongs to the fault's line.
+        {"{\"name\": \"a\nb\"}", "not a valid string!", "error at line :1 col :12 msg:"},
     };
     for (const auto& c : cases) {
         Sample s;
@@ -153,6 +155,12 @@ TEST(AJsonBinder, FailsWithTheReadersMessageAndPosition) {
         EXPECT_EQ(s.name, "before") << "target untouched: " << c.text;
         EXPECT_EQ(s.count, 7) << c.text;
     }
+    // The fault text is cut at whole characters, down to nothing when it holds none.
+    Sample s;
+    ajson::Error error;
+    const std::string text = "{\"name\": \xE4\xB8\xAD" + std::string(30, '\x80') + "}";
+    EXPECT_FALSE(AJsonUtil::Bind(text, s, error));
+    EXPECT_EQ(error.position, "error at line :1 col :10 msg:");
 }
 
 // Test that nesting a hostile text deep in a skipped member fails instead of exhausting the stack.
