@@ -477,6 +477,8 @@ const char* ParseNameOrIpv4(std::string_view raw, WebUrl& url) {
         bool nonAscii = false;
         for (char32_t c : label) nonAscii = nonAscii || c >= 0x80;
         if (nonAscii) {
+            // A label with the ACE prefix is Punycode already, which is ASCII.
+            if (label.compare(0, 4, U"xn--") == 0) return "malformed Punycode label";
             ascii += "xn--" + PunycodeEncode(label);
             continue;
         }

@@ -14,7 +14,8 @@
 //     the library refuses it.
 // "Plain" leaves out what the library refuses on purpose (common/include/
 // WebUrl.h): control characters, invisible and space-like characters,
-// malformed UTF-8, a missing "//" after the scheme, and hosts outside the
+// malformed UTF-8, a missing "//" after the scheme, Punycode labels that spell
+// no non-ASCII name, and hosts outside the
 // supported characters (letters, digits, "-", "_", "." once mapped; non-ASCII
 // only Latin-1 letters and the common CJK ideographs) or longer than 253
 // bytes. Exits 1 on any failure, after listing them all.
@@ -35,6 +36,44 @@ const links = readFileSync(corpusPath, 'utf8')
   .split('\n')
   .filter((line) => line.trim() !== '' && !line.startsWith('#'))
   .map((line) => JSON.parse(line));
+
+// Links generated on top of the corpus from a fixed seed: hosts and paths
+// built from the characters where the rules change (the edges of ASCII, the
+// full-width forms, Latin-1, the ideographic full stops, the CJK block) and
+// IPv4 numbers in every base, with the ports around their bounds.
+function generatedLinks(count, seed) {
+  let state = seed >>> 0;
+  const next = (n) => {
+    state = (Math.imul(state, 1664525) + 1013904223) >>> 0;
+    return (state >>> 8) % n;
+  };
+  const pick = (list) => list[next(list.length)];
+  const char = (...codes) => codes.map((c) => String.fromCodePoint(c));
+  const hostPieces = [
+    'a', 'Ex', 'x-y', 'a_b', '0', '00', '017', '0x7f', '0X', '127', '255', '256', '4294967295',
+    '4294967296', '1.2.3.4', '0.0.0.0', '%41', '%2e', '%00', 'xn--', ...char(0x7e, 0x7f, 0x80),
+    ...char(0xbf, 0xc0, 0xd7, 0xdf, 0xf7, 0xff, 0x100, 0x3002, 0x4dff, 0x4e00, 0x9fa5, 0x9fa6),
+    ...char(0xff00, 0xff01, 0xff10, 0xff21, 0xff0e, 0xff41, 0xff5e, 0xff5f, 0xff61),
+  ];
+  const pathChars = [
+    ...Array.from({ length: 0x60 }, (_, i) => String.fromCharCode(0x20 + i)),
+    ...char(0x80, 0xa0, 0xe9, 0x4e2d, 0xff01), '%', '%zz', '%41', '%2F',
+  ];
+  const links = [];
+  for (let i = 0; i < count; i++) {
+    const labels = Array.from({ length: 1 + next(4) }, () =>
+      Array.from({ length: 1 + next(2) }, () => pick(hostPieces)).join(''));
+    let host = labels.join(pick(['.', '.', char(0x3002)[0], char(0xff0e)[0]]));
+    if (next(12) === 0) host = pick(['[::1]', '[::ffff:1.2.3.4]', '[1:0::]', '[0::0:1]']);
+    const port = pick(['', '', ':', ':0', ':80', ':443', ':08', ':65535', ':65536']);
+    const piece = () => Array.from({ length: next(5) }, () => pick(pathChars)).join('');
+    const tail = '/' + piece() + (next(3) === 0 ? '?' + piece() : '') +
+      (next(4) === 0 ? '#' + piece() : '');
+    links.push(`${pick(['http', 'https', 'HTTP', 'hTtPs'])}://${host}${port}${tail}`);
+  }
+  return links;
+}
+links.push(...generatedLinks(3000, 20261125));
 
 const run = spawnSync(command[0], command.slice(1), {
   input: links.map((link) => JSON.stringify(link)).join('\n') + '\n',
@@ -131,6 +170,10 @@ function notPlain(link, ref) {
   if (!/^[a-z0-9._-]+$/.test(host)) return 'host characters';
   if (![...domainToUnicode(host)].every((c) => /[a-z0-9._-]/.test(c) || isSupportedHostChar(c))) {
     return 'host characters';
+  }
+  // Punycode is taken only as the spelling of a name with non-ASCII letters.
+  if (host.split('.').some((l) => l.startsWith('xn--') && !/[^\x00-\x7f]/.test(domainToUnicode(l)))) {
+    return 'Punycode label';
   }
   if (host.replace(/\.$/, '').length > 253) return 'host too long';
   return null;
