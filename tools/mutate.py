@@ -207,7 +207,9 @@ def tracked_files(root):
 
 def sync_copy(root, scratch, files):
     """Copies the tracked files into scratch, leaving identical ones (and their
-    modification times) alone. Returns how many were written."""
+    modification times) alone. A file written gets the time of its copying, not
+    its source's, so that the build sees it as newer than what it built before.
+    Returns how many were written."""
     written = 0
     for rel in files:
         src = os.path.join(root, rel)
@@ -219,7 +221,8 @@ def sync_copy(root, scratch, files):
                 if a.read() == b.read():
                     continue
         os.makedirs(os.path.dirname(dst), exist_ok=True)
-        shutil.copy2(src, dst)
+        shutil.copyfile(src, dst)
+        shutil.copymode(src, dst)
         written += 1
     for extra in (".deps", "node_modules"):
         target = os.path.join(root, extra)
