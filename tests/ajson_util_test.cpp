@@ -119,6 +119,7 @@ TEST(AJsonBinder, FailsWithTheReadersMessageAndPosition) {
         {"", "read object must start with {!", "error at line :1 col :1 msg:"},
         {R"({"name": 5})", "not a valid string!", "error at line :1 col :10 msg:5}"},
         {R"({"name": "\q"})", "not a valid string!", "error at line :1 col :11 msg:\\q\"}"},
+        {R"({"name": nulL})", "not a valid string!", "error at line :1 col :10 msg:nulL}"},
         {R"({"name": "\u12)", "not a valid string!", "error at line :1 col :11 msg:\\u12"},
         {"{\"name\": \"tab\there\"}", "not a valid string!", "error at line :1 col :14 msg:"},
         {R"({"count": "5"})", "not a valid number!", "error at line :1 col :11 msg:\"5\"}"},
