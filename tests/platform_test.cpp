@@ -10,6 +10,15 @@ namespace {
 using platform::Utf8ToWide;
 using platform::WideToUtf8;
 
+// Test that a registered clipboard format is named without case, every letter from A to Z,
+// and by its whole name.
+TEST(PlatformClipboard, FormatNamesCompareWithoutCase) {
+    const uint32_t format = platform::RegisterClipboardFormatName("MOXH5 AZ probe format");
+    EXPECT_GE(format, 0xC000u);
+    EXPECT_EQ(platform::RegisterClipboardFormatName("moxh5 az probe format"), format);
+    EXPECT_NE(platform::RegisterClipboardFormatName("moxh5 az probe format!"), format);
+}
+
 // Test that Chinese and other non-ASCII text survives the trip both ways, through UTF-8 and
 // through UTF-16 (the clipboard's encoding).
 TEST(PlatformText, NonAsciiTextRoundTrips) {
