@@ -230,7 +230,7 @@ TEST(LocalHosts, RefusesLocalAddressesAndNamesInAnySpelling) {
         {"10.1.2.3", "private address"},
         {"172.16.0.1", "private address"},
         {"172.31.255.255", "private address"},
-        {"192.168.1.1", "private address"},
+        {"192.168.255.1", "private address"},
         {"[fd00::1]", "private address"},
         {"169.254.169.254", "link-local address"},
         {"[fe80::1]", "link-local address"},
