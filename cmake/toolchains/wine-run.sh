@@ -45,16 +45,19 @@ pe_machine() {
   od -An -t x2 -j $((off + 4)) -N 2 "$1" 2>/dev/null | tr -d ' ' | sed 's/^0*//'
 }
 
+# The 64-bit loader, where there is one.
+wine64_loader() {
+  command -v wine64 2>/dev/null || { [ -x /usr/lib/wine/wine64 ] && printf '%s\n' /usr/lib/wine/wine64; }
+}
+
 # Choose the loader: a 64-bit program prefers wine64, a 32-bit one needs the
 # 'wine' front end (which needs Wine's 32-bit side to be installed).
 pick_wine() {
   if [ -n "${MOXH5_WINE:-}" ]; then printf '%s\n' "$MOXH5_WINE"; return; fi
   local machine=""
   [ -f "$1" ] && machine=$(pe_machine "$1")
-  if [ "$machine" != "14c" ] && command -v wine64 >/dev/null 2>&1; then
-    command -v wine64
-  elif [ "$machine" != "14c" ] && [ -x /usr/lib/wine/wine64 ]; then
-    printf '%s\n' /usr/lib/wine/wine64
+  if [ "$machine" != "14c" ] && wine64_loader; then
+    return
   elif command -v wine >/dev/null 2>&1; then
     command -v wine
   elif command -v wine64 >/dev/null 2>&1; then
@@ -228,11 +231,7 @@ esac
 # first starts a 32-bit process, which costs a minute or more where 32-bit code
 # runs under emulation.
 primer=$WINE_BIN
-if [ -z "${MOXH5_WINE:-}" ]; then
-  for loader in "$(command -v wine64 2>/dev/null)" /usr/lib/wine/wine64; do
-    [ -n "$loader" ] && [ -x "$loader" ] && { primer=$loader; break; }
-  done
-fi
+if [ -z "${MOXH5_WINE:-}" ]; then primer=$(wine64_loader) || primer=$WINE_BIN; fi
 "$primer" cmd.exe /c exit 0 </dev/null >/dev/null 2>&1 || true
 
 # The program's exit status is Wine's exit status. Rarely (about one start in
