@@ -114,10 +114,7 @@ TEST_F(CInterface, RefusesBadArgumentsAndTexts) {
         {"second host", moxh5_create(&table, &second), MOXH5_ERROR_STATE},
         {"table too small", moxh5_create(&tiny, &second), MOXH5_ERROR_ARGUMENT},
         {"table torn", moxh5_create(&torn, &second), MOXH5_ERROR_ARGUMENT},
-        {"null table", moxh5_create(nullptr, &second), MOXH5_ERROR_ARGUMENT},
         {"trailing text", Execute("JSCallBasic", "{} {}"), MOXH5_ERROR_JSON},
-        {"null output", moxh5_execute(host, "JSCallBasic", "{}", nullptr, &answer),
-         MOXH5_ERROR_ARGUMENT},
         {"unknown host",
          moxh5_execute(reinterpret_cast<moxh5_host*>(&exists), "JSCallBasic", "{}", &outcome,
                        &answer),
@@ -128,8 +125,6 @@ TEST_F(CInterface, RefusesBadArgumentsAndTexts) {
         {"page, bad answer", moxh5_answer_page(host, "{}", 1, "{"), MOXH5_ERROR_JSON},
         {"page, array answer", moxh5_answer_page(host, R"({"callbackid":"a"})", 1, "[1]"),
          MOXH5_ERROR_JSON},
-        {"null host", moxh5_page_closed(nullptr, 0, 0, nullptr), MOXH5_ERROR_ARGUMENT},
-        {"reply outside a callback", moxh5_reply(nullptr, "true"), MOXH5_ERROR_ARGUMENT},
         {"unknown token", moxh5_complete(reinterpret_cast<moxh5_token*>(&exists), "{}"),
          MOXH5_ERROR_STATE},
     };
@@ -140,6 +135,44 @@ TEST_F(CInterface, RefusesBadArgumentsAndTexts) {
     // A call that succeeds clears the last refusal's text.
     EXPECT_EQ(Execute("JSCallBasic", "{}"), MOXH5_OK);
     EXPECT_STREQ(moxh5_last_error(), "");
+}
+
+// Test that each null pointer is refused by its name before anything else is looked at.
+TEST_F(CInterface, NullArgumentsAreRefusedByName) {
+    moxh5_host* out = nullptr;
+    unsigned outcome = 0;
+    char* answer = nullptr;
+    int exists = 0;
+    auto* slot = reinterpret_cast<moxh5_reply_slot*>(&exists);  // never read: refused first
+    // A refusal's text, read before the next call replaces it (braces evaluate in order).
+    const auto refusal = [](int status) {
+        return status == MOXH5_ERROR_ARGUMENT ? std::string(moxh5_last_error())
+                                              : "status " + std::to_string(status);
+    };
+    const std::pair<std::string, const char*> cases[] = {
+        {refusal(moxh5_create(nullptr, &out)), "moxh5_create: table is null"},
+        {refusal(moxh5_create(&table, nullptr)), "moxh5_create: host is null"},
+        {refusal(moxh5_destroy(nullptr)), "moxh5_destroy: host is null"},
+        {refusal(moxh5_execute(nullptr, "m", "{}", &outcome, &answer)), "moxh5_execute: host is null"},
+        {refusal(moxh5_execute(host, nullptr, "{}", &outcome, &answer)), "moxh5_execute: module is null"},
+        {refusal(moxh5_execute(host, "m", nullptr, &outcome, &answer)), "moxh5_execute: request_json is null"},
+        {refusal(moxh5_execute(host, "m", "{}", nullptr, &answer)), "moxh5_execute: outcome is null"},
+        {refusal(moxh5_execute(host, "m", "{}", &outcome, nullptr)), "moxh5_execute: answer_json is null"},
+        {refusal(moxh5_exist(nullptr, "{}", &exists)), "moxh5_exist: host is null"},
+        {refusal(moxh5_exist(host, nullptr, &exists)), "moxh5_exist: request_json is null"},
+        {refusal(moxh5_exist(host, "{}", nullptr)), "moxh5_exist: exists is null"},
+        {refusal(moxh5_answer_page(nullptr, "{}", 1, "{}")), "moxh5_answer_page: host is null"},
+        {refusal(moxh5_answer_page(host, nullptr, 1, "{}")), "moxh5_answer_page: page_json is null"},
+        {refusal(moxh5_reply(nullptr, "true")), "moxh5_reply: reply is null"},
+        {refusal(moxh5_reply(slot, nullptr)), "moxh5_reply: result_json is null"},
+        {refusal(moxh5_complete(nullptr, "{}")), "moxh5_complete: token is null"},
+        {refusal(moxh5_page_closed(nullptr, 0, 0, nullptr)), "moxh5_page_closed: host is null"},
+        {refusal(moxh5_set_page_policy(nullptr, "{}")), "moxh5_set_page_policy: host is null"},
+        {refusal(moxh5_set_page_policy(host, nullptr)), "moxh5_set_page_policy: policy_json is null"},
+    };
+    for (const auto& [got, want] : cases) EXPECT_EQ(got, want);
+    EXPECT_EQ(answer, nullptr);
+    EXPECT_EQ(out, nullptr);
 }
 
 // Test that request texts the reader cannot take are refused before any call, each with what

@@ -128,7 +128,8 @@ TEST(ClipboardHelper, WideTextIsReadFromItsOwnFormatUpToTheZeroUnit) {
         {{{kClipboardUnicodeText, Utf16Bytes(std::u16string(u"x\0y", 3))}}, nullptr, "x"},
         {{{kClipboardText, "ansi"}}, nullptr, "ansi"},
         {{{kPrivateText, "p"}}, nullptr, nullptr},
-        {{{kPrivateWide, Utf16Bytes(u"w")}, {kClipboardUnicodeText, Utf16Bytes(u"u")}}, "w", "u"},
+        // one unit without its zero unit (little-endian bytes), beside the standard format
+        {{{kPrivateWide, std::string("w\0", 2)}, {kClipboardUnicodeText, Utf16Bytes(u"u")}}, "w", "u"},
     };
     for (const auto& c : cases) {
         ASSERT_TRUE(ReplaceClipboard(c.items));

@@ -296,7 +296,8 @@ TEST(JsonText, RequestTextReadsIntoTheRecord) {
     EXPECT_EQ(call.members.params, call.data.payload.find(params.data(), params.data() + 6));
 
     RequestRecord repeated;
-    ASSERT_TRUE(ReadRequestText(R"({"payload":{"method":"a"},"payload":[{"method":"b"}]})",
+    ASSERT_TRUE(ReadRequestText(" \r\n\t{ \"payload\" :{\"method\":\"a\"} ,\"payload\":"
+                                "[{\"method\":\"b\"}] } \n",
                                 repeated));
     EXPECT_TRUE(repeated.data.payload.isArray());
     EXPECT_EQ(repeated.members.method, nullptr) << "only the payload object's own members";

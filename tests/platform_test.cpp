@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <cstdlib>
+#include <string>
+
 namespace moxh5::test {
 namespace {
 
@@ -85,6 +89,19 @@ TEST(PlatformShell, HookObservesOpensAndTheShellRefusesMissingFiles) {
         EXPECT_EQ(platform::ShellOpen(target), 2u) << platform::WideToUtf8(target);
 #endif
     }
+#if !defined(_WIN32)
+    // With no opener on the search path a link has no association (31), also when the host
+    // leaves child exits to the system, which makes waiting for the child fail.
+    const char* const searchPath = std::getenv("PATH");
+    const std::string saved = searchPath ? searchPath : "";
+    ::setenv("PATH", "/moxh5-no-such-folder", 1);
+    for (const auto disposition : {SIG_DFL, SIG_IGN}) {
+        const auto before = std::signal(SIGCHLD, disposition);
+        EXPECT_EQ(platform::ShellOpen(L"https://shop.example/"), 31u);
+        std::signal(SIGCHLD, before);
+    }
+    ::setenv("PATH", saved.c_str(), 1);
+#endif
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 // the differential test against a browser's parser.)
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 #include <string>
 
@@ -188,6 +189,23 @@ TEST(StrictUrl, PortsLiteralsAndCredentials) {
         {"x-app:a#b#c", false},        {"x-app:a?b[c]", false},
     };
     for (const auto& [text, taken] : cases) EXPECT_EQ(Strict(text), taken) << text;
+}
+
+// Test the parts a link is split into: scheme and host lower-cased, the rest as written.
+TEST(StrictUrl, PartsAreSplitWithSchemeAndHostLowerCased) {
+    using Parts = std::array<std::string, 8>;
+    const Parts cases[] = {
+        {"AZaz+.-://AZ.az-09:8/P?Q#F", "azaz+.-", "//", "az.az-09", "8", "/P", "Q", "F"},
+        {"x-app://[::1]:8?#", "x-app", "//", "[::1]", "8", "", "", ""},
+        {"Mailto:AZ@h?x", "mailto", "", "", "", "AZ@h", "x", ""},
+    };
+    for (const Parts& parts : cases) {
+        const auto url = ParseStrictUrl(parts[0]);
+        ASSERT_TRUE(url) << parts[0];
+        EXPECT_EQ((Parts{parts[0], url->scheme, url->hasAuthority ? "//" : "", url->host, url->port,
+                         url->path, url->query, url->fragment}),
+                  parts);
+    }
 }
 
 // Test the web links a page may hand on when they name no host: the network rule refuses them

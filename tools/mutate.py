@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Mutation sampling: how many small faults in the library does the dev suite catch?
 
-usage: python3 tools/mutate.py N SEED [--keep DIR] [--timeout SECONDS]
+usage: python3 tools/mutate.py N SEED [--keep DIR] [--timeout SECONDS] [--only PREFIX]...
 
 Copies the files git tracks (as they are in the working tree, local edits
 included) into a scratch directory, configures and builds the `dev` preset
@@ -25,7 +25,9 @@ alongside the next mutant's file. Status per mutant:
 
 The working tree is never written to. --keep DIR builds in DIR and leaves it
 there; a later run with the same DIR copies only the files that changed, so
-its first build is incremental too.
+its first build is incremental too. --only PREFIX draws only from the sources
+under PREFIX (a file or a folder), to probe one part while working on it; a
+score for the whole library is drawn without it.
 """
 import argparse
 import os
@@ -293,6 +295,8 @@ def main():
     parser.add_argument("seed", type=int, help="the draw's seed")
     parser.add_argument("--keep", metavar="DIR", help="build in DIR and keep it for later runs")
     parser.add_argument("--timeout", type=int, default=60, help="per-test timeout in seconds")
+    parser.add_argument("--only", metavar="PREFIX", action="append", default=[],
+                        help="draw only from sources whose path starts with PREFIX (repeatable)")
     args = parser.parse_args()
 
     root = subprocess.run(["git", "rev-parse", "--show-toplevel"], capture_output=True, text=True,
@@ -322,6 +326,8 @@ def main():
         print(f"baseline built and passed in {time.monotonic() - started:.0f}s", flush=True)
 
         sites = all_sites(scratch, files)
+        if args.only:
+            sites = [s for s in sites if s[0].startswith(tuple(args.only))]
         rng = random.Random(args.seed)
         rng.shuffle(sites)
         print(f"{len(sites)} mutation sites in {len(library_sources(scratch, files))} files",

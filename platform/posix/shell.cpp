@@ -25,6 +25,14 @@ bool LooksLikeUrl(const std::string& target) {
     return colon != std::string::npos && colon > 0;
 }
 
+// Runs a system call again while a signal interrupts it.
+template <typename SystemCall>
+auto Restarting(SystemCall call) {
+    auto result = call();
+    while (result < 0 && errno == EINTR) result = call();
+    return result;
+}
+
 // Starts `opener target` in a grandchild of a new session. A pipe closed on
 // exec tells whether exec succeeded: it stays silent then, and carries errno
 // when it failed.
@@ -54,13 +62,9 @@ bool StartDetached(const char* opener, const std::string& target) {
     }
     ::close(pipeFds[1]);
     int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
+    Restarting([&] { return ::waitpid(child, &status, 0); });
     int execError = 0;
-    ssize_t got;
-    do {
-        got = ::read(pipeFds[0], &execError, sizeof(execError));
-    } while (got < 0 && errno == EINTR);
+    const ssize_t got = Restarting([&] { return ::read(pipeFds[0], &execError, sizeof(execError)); });
     ::close(pipeFds[0]);
     return got == 0;
 }
