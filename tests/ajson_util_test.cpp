@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <random>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -45,19 +46,21 @@ namespace {
 using binder_test::Point;
 using binder_test::Sample;
 
-// Test that every kind of field binds by name, nested records and arrays included.
-TEST(AJsonBinder, FillsEveryKindOfFieldByName) {
-    Sample s;
-    ajson::Error error;
-    const char* text = R"({
+// A document with every kind of field, nested records and arrays, and a skipped member.
+constexpr std::string_view kEveryKind = R"({
         "name": "\u4e2d\u6587 \ud83d\ude00 \"q\" \\ \/ \t",
         "count": -2147483648, "big": 9223372036854775807, "small": 255.0, "flag": true,
         "at": {"y": 4, "x": 3},
         "numbers": [1, -2, 3], "words": ["a", "", "\u00e9"], "switches": [true, false, true],
         "path": [{"x": 1}, {"y": 2}, {}], "grid": [[1, 2], [], [3]],
-        "ignored": {"deep": [1, {"x": "not bound"}, null, true, -0.5e+3]}
+        "ignored": {"deep": [1, {"x": "not bound"}, null, true, -0.5e+3, -1E-2, 0e0]}
     })";
-    ASSERT_TRUE(AJsonUtil::Bind(text, s, error)) << error.message << " " << error.position;
+
+// Test that every kind of field binds by name, nested records and arrays included.
+TEST(AJsonBinder, FillsEveryKindOfFieldByName) {
+    Sample s;
+    ajson::Error error;
+    ASSERT_TRUE(AJsonUtil::Bind(kEveryKind, s, error)) << error.message << " " << error.position;
     EXPECT_EQ(s.name, "\xE4\xB8\xAD\xE6\x96\x87 \xF0\x9F\x98\x80 \"q\" \\ / \t");
     EXPECT_EQ(s.count, INT32_MIN);
     EXPECT_EQ(s.big, INT64_MAX);
@@ -162,6 +165,19 @@ TEST(AJsonBinder, FailsWithTheReadersMessageAndPosition) {
     const std::string text = "{\"name\": \xE4\xB8\xAD" + std::string(30, '\x80') + "}";
     EXPECT_FALSE(AJsonUtil::Bind(text, s, error));
     EXPECT_EQ(error.position, "error at line :1 col :10 msg:");
+}
+
+// Test that every proper prefix of the document fails as its own copy fails, when it is read as
+// a view into the whole text: a reader that looked past its end would find the rest there.
+TEST(AJsonBinder, APrefixReadsAsItsCopyWhateverFollowsIt) {
+    for (size_t length = 0; length < kEveryKind.size(); ++length) {
+        const std::string copy(kEveryKind.substr(0, length));
+        ajson::Error inView, inCopy;
+        Sample a, b;
+        EXPECT_FALSE(AJsonUtil::Bind(kEveryKind.substr(0, length), a, inView)) << copy;
+        EXPECT_FALSE(AJsonUtil::Bind(copy, b, inCopy)) << copy;
+        EXPECT_EQ(inView.message + inView.position, inCopy.message + inCopy.position) << copy;
+    }
 }
 
 // Test that nesting a hostile text deep in a skipped member fails instead of exhausting the stack.
