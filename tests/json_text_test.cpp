@@ -319,6 +319,8 @@ TEST(JsonText, RequestTextRefusals) {
         {R"({"payload":{"method":"m"}} x)", ""},
         {R"({"mallcsid":"a)", ""},
         {"{\"mallcsid\":\"a\tb\"}", ""},
+        {"{\"mallcsid\":\"\\u0041\t,\"x\":1}", ""},  // a raw tab after an escape, then more
+        {"{\"x\":\"a\t,\"y\":1}", ""},
         {R"({"mallcsid":1})", "member \"mallcsid\" must be a string or null"},
         {R"({"workerid":{}})", "member \"workerid\" must be a string or null"},
         {R"({"callbackid":[1,2]})", "member \"callbackid\" must be a string or null"},

@@ -323,32 +323,33 @@ private:
         }
     }
 
-    bool Hex4(uint32_t& unit) {
-        if (m_end - m_at < 4) return false;
-        unit = 0;
+    // Four hex digits as a code unit, or -1.
+    int32_t Hex4() {
+        if (m_end - m_at < 4) return -1;
+        int32_t unit = 0;
         for (int i = 0; i < 4; ++i) {
             const char c = *m_at++;
             unit <<= 4;
             if (c >= '0' && c <= '9')
-                unit |= static_cast<uint32_t>(c - '0');
+                unit |= c - '0';
             else if (c >= 'a' && c <= 'f')
-                unit |= static_cast<uint32_t>(c - 'a' + 10);
+                unit |= c - 'a' + 10;
             else if (c >= 'A' && c <= 'F')
-                unit |= static_cast<uint32_t>(c - 'A' + 10);
+                unit |= c - 'A' + 10;
             else
-                return false;
+                return -1;
         }
-        return true;
+        return unit;
     }
 
     // After "\u": one code point (a surrogate pair as one), as UTF-8.
     bool Unicode(std::string& out) {
-        uint32_t point = 0;
-        if (!Hex4(point)) return false;
-        if (point >= 0xDC00 && point <= 0xDFFF) return false;
+        int32_t point = Hex4();
+        if (point < 0 || (point >= 0xDC00 && point <= 0xDFFF)) return false;
         if (point >= 0xD800 && point <= 0xDBFF) {
-            uint32_t low = 0;
-            if (!Literal("\\u") || !Hex4(low) || low < 0xDC00 || low > 0xDFFF) return false;
+            if (!Literal("\\u")) return false;
+            const int32_t low = Hex4();  // -1 is refused with the rest
+            if (low < 0xDC00 || low > 0xDFFF) return false;
             point = 0x10000 + ((point - 0xD800) << 10) + (low - 0xDC00);
         }
         utf8::Append(out, point);
