@@ -432,12 +432,6 @@ bool IsAcceptedPunycodeLabel(std::string_view label) {
     return nonAscii && PunycodeEncode(*decoded) == label.substr(4);
 }
 
-bool IsForbiddenInDomain(char c) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte <= 0x20 || byte == 0x7F) return true;
-    return std::string_view("#%/:<>?@[\\]^|").find(c) != std::string_view::npos;
-}
-
 bool IsHostNameChar(char c) {
     return (c >= 'a' && c <= 'z') || IsDigit(c) || c == '-' || c == '_' || c == '.';
 }
@@ -488,8 +482,9 @@ const char* ParseNameOrIpv4(std::string_view raw, WebUrl& url) {
         }
         ascii += plain;
     }
+    // IPv4 forms (decimal, octal, hex) are written in these characters too.
     for (char c : ascii) {
-        if (IsForbiddenInDomain(c)) return "character not allowed in a host name";
+        if (!IsHostNameChar(c)) return "character not allowed in a host name";
     }
     if (EndsInNumber(ascii)) {
         const std::optional<uint32_t> address = ParseIpv4(ascii);
@@ -498,9 +493,6 @@ const char* ParseNameOrIpv4(std::string_view raw, WebUrl& url) {
         url.ipv4 = *address;
         url.host = SerializeIpv4(*address);
         return nullptr;
-    }
-    for (char c : ascii) {
-        if (!IsHostNameChar(c)) return "character not allowed in a host name";
     }
     const size_t length = ascii.size() - (ascii.back() == '.' ? 1 : 0);
     if (length > kMaxHostNameBytes) return "host name too long";
