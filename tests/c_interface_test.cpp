@@ -314,7 +314,8 @@ TEST_F(CInterface, PagePolicyAndMethodFilter) {
           R"({"allowedShellFileNames":[".url",null]})", "[]"}) {
         EXPECT_EQ(moxh5_set_page_policy(host, policy), MOXH5_ERROR_JSON) << policy;
     }
-    EXPECT_EQ(moxh5_set_page_policy(host, R"({"shellSchemes":["https"],"fileRoots":[],)"
+    EXPECT_EQ(moxh5_set_page_policy(host, R"({"unrestricted":false,"shellSchemes":["https"],)"
+                                          R"("fileRoots":[],)"
                                           R"("allowedNetworkHosts":["localhost"],)"
                                           R"("allowedShellFileNames":[".url"]})"),
               MOXH5_OK);
