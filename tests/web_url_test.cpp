@@ -245,17 +245,9 @@ TEST(LocalHosts, RefusesLocalAddressesAndNamesInAnySpelling) {
         {"[::127.0.0.1]", "loopback address"},
         {"[64:ff9b::10.0.0.1]", "private address"},
         {"[2002:c0a8:101::1]", "private address"},
-        {"10.1.2.3", "private address"},
-        {"172.16.0.1", "private address"},
-        {"172.31.255.255", "private address"},
-        {"192.168.255.1", "private address"},
         {"[fd00::1]", "private address"},
         {"169.254.169.254", "link-local address"},
         {"[fe80::1]", "link-local address"},
-        {"0.0.0.0", "special-purpose address"},
-        {"100.64.0.1", "special-purpose address"},
-        {"224.0.0.1", "special-purpose address"},
-        {"255.255.255.255", "special-purpose address"},
         {"[::]", "special-purpose address"},
         {"[ff02::1]", "special-purpose address"},
         {"[2001::1]", "special-purpose address"},
@@ -267,9 +259,6 @@ TEST(LocalHosts, RefusesLocalAddressesAndNamesInAnySpelling) {
         {"nas.home.arpa", "local host name"},
         {"intranet", "host name without a dot"},
         {"intranet.", "host name without a dot"},
-        {"172.15.255.255", nullptr},
-        {"172.32.0.1", nullptr},
-        {"100.128.0.1", nullptr},
         {"8.8.8.8", nullptr},
         {"[2606:4700::1111]", nullptr},
         {"[::ffff:8.8.8.8]", nullptr},
@@ -282,6 +271,39 @@ TEST(LocalHosts, RefusesLocalAddressesAndNamesInAnySpelling) {
         ASSERT_TRUE(url) << host;
         const char* refusal = detail::LocalHostRefusal(*url);
         EXPECT_EQ(refusal ? refusal : "", std::string(reason ? reason : "")) << host;
+    }
+}
+
+// Test each IPv4 block at its edges: its first and last addresses carry its reason, and the
+// addresses just outside it carry the reason of whichever block holds them, or none.
+TEST(LocalHosts, EachIpv4BlockEndsAtItsEdges) {
+    const char* const kSpecial = "special-purpose address";
+    const struct {
+        uint32_t network;
+        int prefix;
+        const char* reason;
+    } kBlocks[] = {
+        {0x7F000000, 8, "loopback address"}, {0x0A000000, 8, "private address"},
+        {0xAC100000, 12, "private address"},  {0xC0A80000, 16, "private address"},
+        {0xA9FE0000, 16, "link-local address"}, {0x00000000, 8, kSpecial},
+        {0x64400000, 10, kSpecial}, {0xC0000000, 24, kSpecial}, {0xC6120000, 15, kSpecial},
+        {0xE0000000, 3, kSpecial},  // multicast and reserved: 224/4 and 240/4
+    };
+    const auto expected = [&](uint32_t address) -> std::string {
+        for (const auto& block : kBlocks) {
+            if ((address ^ block.network) >> (32 - block.prefix) == 0) return block.reason;
+        }
+        return "";
+    };
+    for (const auto& block : kBlocks) {
+        const uint32_t last = block.network | (~uint32_t{0} >> block.prefix);
+        for (const uint32_t address : {block.network - 1, block.network, last, last + 1}) {
+            WebUrl url;
+            url.hostKind = WebUrl::HostKind::kIPv4;
+            url.ipv4 = address;
+            const char* refusal = detail::LocalHostRefusal(url);
+            EXPECT_EQ(refusal ? refusal : "", expected(address)) << std::hex << address;
+        }
     }
 }
 
