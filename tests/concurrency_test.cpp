@@ -24,14 +24,12 @@ struct CallShape {
 
 // Calls across every module: immediate answers, refusals and asynchronous work.
 const CallShape kCalls[] = {
-    {"JSCallBasic", "canIUse", R"({"name":"JSStorage.setPasteboard"})", false},
     {"JSCallBasic", "setLog", R"({"content":"x","logLevel":"debug"})", true},
     {"JSCallNative", "showToast", R"({"type":2,"content":"t","duration":100})", false},
     {"JSCallNative", "showCommonTip", R"({"title":"t","content":"c"})", true},
     {"JSCallNative", "showCommonTip", R"({"title":"t","content":"c"})", false},
     {"JSCallNative", "noSuchMethod", "{}", false},
     {"JSDevice", "getSystemInfo", "{}", true},
-    {"JSNetwork", "httpRequest", R"({"type":"get","url":"https://a.example/"})", true},
     {"JSNetwork", "httpRequest", R"({"type":"post","url":"https://a.example/","headers":["A: b"]})",
      true},
     {"JSPhoto", "watch", R"({"url":"u","msg_id":"m"})", false},

@@ -21,15 +21,9 @@ constexpr char kInvalidParamNow[] = R"({"message":"Invalid param."})";
 #define EASY_WND                                                                               \
     R"("title":"\u65b0\u6d88\u606f","content":"c","scene":"order","frequency":{"interval":3,)" \
     R"("dimensions":"user"},"left":{"text":"No"},"right":{"text":"Yes","action":"open"})"
-#define TIP R"("content":"c","leftButtonText":"No","rightButtonText":"Yes")"
-#define PAGE(isWorker, workerid)                                                                 \
-    R"({"isWorker":)" #isWorker R"(,"webindex":7,"mallcsid":"mall-1|cs-1","callbackid":"cb-1",)" \
-    R"("workerid":")" workerid R"("})"
 
 const NativeCase kCases[] = {
     // Messages, quick replies, reports: the request or its piece of it goes to the host.
-    {"ExportQuickReply", "{}", true, kKeptFlag, "ExportQuickReply", R"({"workerid":"w-3"})",
-     kWithWorkerId},
     {"ImportQuickReply", "{}", false, kKeptFlag, "ImportQuickReply", "{}", kHostRefuses},
     {"BusinessReport", R"({"params":"x"})", true, kKeptFlag, "BusinessReport", "{}"},
     {"sendGoodsListRichContent", "{\"params\":" PARAMS "}", false, kKeptFlag, "SendRichContent",
@@ -39,15 +33,11 @@ const NativeCase kCases[] = {
     // The sending methods need object params.
     {"sendRichContent", R"({"params":[1]})", false, kFlagAndInvalidParams, nullptr, nullptr},
     {"sendGoodsListRichContent", "{}", false, kFlagAndInvalidParams, nullptr, nullptr},
-    // The action interface is checked before the params.
-    {"sendAddressMsg", R"({"params":"x"})", false, kFlagAndNoHost, nullptr, nullptr, kNoHost},
     // Goods: the link as UTF-8, the name in the platform's wide encoding.
     {"shareGoods", R"({"params":{"goodsInfo":{"goods_name":1,"share_url":true}}})", false,
      kKeptFlag, "ShareGoods", R"({"shareUrl":"","goodsName":""})", kHostRefuses},
     // Page life cycle and the message list.
     // A loaded worker page is announced with its name, empty when absent or not a string.
-    {"workerOnLoad", R"({"params":{"pageName":"\u5de5\u4f5c"}})", true, kKeptFlag, "WorkerOnLoad",
-     R"({"pageName":"\u5de5\u4f5c","reserved":0})", kFromWorker},
     {"workerOnLoad", R"({"params":{"pageName":12}})", false, kKeptFlag, "WorkerOnLoad",
      R"({"pageName":""})", kFromWorker | kHostRefuses},
     {"workerOnLoad", R"({"params":["a"]})", false, kFlagAndInvalidParams, nullptr, nullptr,
@@ -69,10 +59,8 @@ const NativeCase kCases[] = {
     {"locateMessage", R"({"params":{"msgId":"m-9"}})", true, kKeptFlag, "LocateMessage",
      R"({"params":{"msgId":"m-9"}})", kFromWorker},
     {"locateMessage", R"({"params":"m-9"})", false, kFlagAndInvalidParam, nullptr, nullptr},
-    // Queries the host answers under the page's top-level "callID" (else 0).
-    {"getMallInfo", R"({"callID":42,"params":{}})", true, kKeptFlag, "GetMallInfo",
-     R"({"webindex":7,"callId":42})"},
-    // Not at the top level or out of range: the default id, and the host still asked.
+    // Queries the host answers under the page's top-level "callID"; one not at the top level or
+    // out of range is the default id 0, and the host is still asked.
     {"getCurrentCustomerInfo", R"({"params":{"callID":42}})", true, kKeptFlag,
      "GetCurrentCustomerInfo", R"({"callId":0})"},
     {"getTesselActions", R"({"callID":4294967296})", true, kKeptFlag, "GetTesselActions",
@@ -149,54 +137,26 @@ const NativeCase kCases[] = {
      "ShowToast", R"({"kind":1,"durationMs":1500,"text":""})"},
     {"MainFrameShowTip", R"({})", false,
      R"({"NoNeedUnifyCallBack":true,"message":"Invalid params."})", nullptr, nullptr},
-    // A tip without a title is titled "提示"; it answers later.
-    {"showCommonTip", R"({"params":{"title":"",)" TIP "}}", true, R"({"AsynExec":true})",
-     "ShowCommonTip", R"({"isWorker":true,"title":"\u63d0\u793a",)" TIP "}", kFromWorker},
+    // A tip without a string title is titled "提示"; it answers later.
     {"showCommonTip", R"({"params":{"title":7}})", true, R"({"AsynExec":true})", "ShowCommonTip",
      R"({"title":"\u63d0\u793a","content":"","leftButtonText":"","rightButtonText":""})"},
     // A window needs all four keys, whatever their values.
     {"openWindow", R"({"params":{"title":null,"url":"u","width":"w","height":null}})", true,
      R"({"NoNeedUnifyCallBack":true})", "OpenWindow",
      R"({"params":{"title":null,"url":"u","width":"w","height":null}})"},
-    {"openWindow", R"({"params":{"title":"t","url":"u","width":1}})", false,
-     R"({"NoNeedUnifyCallBack":true,"message":"Invalid param."})", nullptr, nullptr},
-    // The easy window: behind its switch, bound into its record, answered later.
-    {"showEasyWnd", R"({"params":{)" EASY_WND R"(,"extra":[1]}})", true, R"({"AsynExec":true})",
-     "ShowEasyWnd",
-     R"({"isWorker":true,"webindex":7,"callbackid":"cb-1","param":{)" EASY_WND
-     R"(,"left":{"text":"No","action":""}}})",
-     kFromWorker | kSwitchOn},
+    // The easy window: behind its switch, and refused unless its record binds.
     {"showEasyWnd", R"({"params":{)" EASY_WND "}}", false, R"({"message":"Not enabled"})", nullptr,
      nullptr},
     {"showEasyWnd", R"({"params":{)" EASY_WND R"(,"scene":""}})", false,
      R"({"message":"Invalid Param."})", nullptr, nullptr, kSwitchOn},
     {"showEasyWnd", R"({"params":{)" EASY_WND R"(,"frequency":{"interval":"3"}}})", false,
      R"({"message":"Invalid Param."})", nullptr, nullptr, kSwitchOn},
-    // Local files: the host's file work gets the page's identity to answer it later.
-    {"selectFile", R"({"params":{"filter":"*.xlsx"}})", true, R"({"AsynExec":true})", "SelectFile",
-     R"({"filter":"*.xlsx","page":)" PAGE(false, "") "}"},
+    // Local files: object params, and a "filePath" besides the URL.
     {"selectFile", R"({"params":"*.xlsx"})", false, R"({"message":"Invalid params."})", nullptr,
      nullptr},
-    {"downloadRemoteFile", R"({"params":{"filePath":"d/r","url":"https://x/r"}})", true,
-     R"({"AsynExec":true})", "DownloadRemoteFile",
-     R"({"filePath":"d/r","url":"https://x/r","cookie":"","page":)" PAGE(true, "w-3") "}",
-     kFromWorker | kWithWorkerId},
     {"downloadRemoteFile", R"({"params":{"url":"https://x/r"}})", false,
      R"({"message":"Invalid param."})", nullptr, nullptr},
-    {"saveFile", R"({"params":{"tempFilePath":"t/1.png"}})", true, R"({"AsynExec":true})",
-     "SaveFile", R"({"tempFilePath":"t/1.png","page":)" PAGE(true, "worker-9") "}", kFromWorker},
-    {"saveFile", R"({"params":{"tempFilePath":""}})", false, R"({"message":"Invalid param."})",
-     nullptr, nullptr},
-    // The file system's own calls need no host, and a "filePath".
-    {"removeSavedFile", R"({"params":{"path":"x"}})", false, R"({"message":"file path is empty."})",
-     nullptr, nullptr, kNoHost},
-    // Navigation: the host gets the whole "params" as JSON text.
-    {"openGoodsManage", R"({"params":{}})", false, R"({"message":"open failed"})",
-     "OpenGoodsManage", R"({"paramsJson":"{}"})", kHostRefuses | kFromWorker},
-    // A page name, and besides it all of "params".
-    {"pageChange", R"({"params":{"page":"order","id":3}})", true, R"({"message":"pagechange ok"})",
-     "PageChange", R"({"page":"order","paramsJson":"{\n\t\"id\" : 3,\n\t\"page\" : \"order\"\n}"})",
-     kFromWorker},
+    // Navigation: a page name, and besides it all of "params" as JSON text.
     {"pageChange", R"({"params":{"page":"order"}})", false, R"({"message":"pagechange failed"})",
      "PageChange", nullptr, kHostRefuses},
     {"pageChange", R"({"params":null})", false, R"({"message":"Invalid params."})", nullptr,
@@ -207,20 +167,12 @@ const NativeCase kCases[] = {
     {"windowsDownLoad", R"({"params":{"url":"https://dl/\u5b89\u88c5.exe"}})", true,
      R"({"message":"download ok"})", "ShellOpen", R"({"target":"https://dl/\u5b89\u88c5.exe"})",
      kNoHost},
-    {"windowsDownLoad", R"({"params":{"url":"https://dl/a"}})", false,
-     R"({"message":"download failed"})", "ShellOpen", nullptr, kFromWorker | kHostRefuses},
-    {"windowsDownLoad", R"({"params":{"url":["https://dl/a"]}})", false,
-     R"({"message":"download failed"})", nullptr, nullptr},
-    {"oneClickUpdate", R"({"params":{"jump":"https://up/new"}})", true,
-     R"({"message":"update ok"})", "ShellOpen", R"({"target":"https://up/new"})",
-     kNoHost | kFromWorker},
     // A present "jump" goes to the shell even when empty or not a string.
     {"oneClickUpdate", R"({"params":{"jump":5}})", false, R"({"message":"update failed"})",
      "ShellOpen", R"({"target":""})", kHostRefuses},
     {"oneClickUpdate", R"({"params":{"url":"https://up/new"}})", false,
      R"({"message":"update failed"})", nullptr, nullptr},
-    // Shielding needs a buyer, and object params.
-    {"updateShielding", R"({"params":{"currentUid":42}})", true, kKeptFlag, nullptr, nullptr},
+    // Shielding needs object params.
     {"updateShielding", R"({"params":7})", false, kFlagAndInvalidParams, nullptr, nullptr},
 };
 

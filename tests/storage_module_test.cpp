@@ -63,9 +63,6 @@ TEST_F(StorageModule, AnswersEachRenderCallOnceAndWorkerCallsNever) {
         bool handled, handledWithoutHost;
     } calls[] = {
         {"setPasteboard", R"({"type":"text","data":"x"})", true, false},
-        {"setPasteboard", R"({"type":"file"})", true, false},
-        {"setPasteboard", R"({"type":"text"})", true, false},
-        {"setPasteboard", R"({"data":"x"})", true, false},
         {"setPasteboard", nullptr, true, false},
         {"setPasteboard", R"({"type":"image","data":"data:image/png;base64,AAA"})", true, false},
         {"setAllPasteboard", "{}", true, false},

@@ -12,11 +12,7 @@ namespace moxh5::test {
 
 // A manager of its own, with an empty registry, for tests that must not touch
 // the process-wide one.
-class TestManager : public MoxModuleManager {
-public:
-    TestManager() = default;
-    ~TestManager() = default;
-};
+class TestManager : public MoxModuleManager {};
 
 // Installs `host` as the singleton's action interface for the lifetime of the
 // object and restores the previous one after.

@@ -16,25 +16,23 @@
 namespace moxh5::test {
 
 enum NativeCaseFlags : unsigned {
-    kFromWorker = 1,      // the call comes from a worker page
-    kNoHost = 2,          // no action interface installed
-    kSwitchOn = 4,        // the configuration callback turns every switch on
-    kHostRefuses = 8,     // the host operation fails, and the shell (32, else 33)
-    kWithWorkerId = 16,   // the request carries the workerid "w-3"
-    kNoUserCenter = 32,   // no user centre installed
-    kOtherSession = 64,   // another session than the page's is current in the host
-    kNoLinkPrefix = 128,  // the host has no deep-link prefix
+    kFromWorker = 1,     // the call comes from a worker page
+    kNoHost = 2,         // no action interface installed
+    kSwitchOn = 4,       // the configuration callback turns every switch on
+    kHostRefuses = 8,    // the host operation fails, and the shell (32, else 33)
+    kNoUserCenter = 16,  // no user centre installed
+    kNoLinkPrefix = 32,  // the host has no deep-link prefix
 };
 
 // The page's session ("mall-1|cs-1", as MakeCall gives it) as the host knows
 // it: the mall "mall-1", the account "cs-1", the buyer "buyer-1" in its current
-// conversation; current in the host unless `current` is false. The host's
-// deep-link prefix is "moxclient://open/".
-inline void ScriptPageSession(RecordingHost& host, bool current = true) {
+// conversation; current in the host. The host's deep-link prefix is
+// "moxclient://open/".
+inline void ScriptPageSession(RecordingHost& host) {
     host.SetMallId("", "mall-1");
     host.SetCsId("", "cs-1");
     host.SetCurrentUid("", "buyer-1");
-    host.SetCurrentMallCsId(current ? "mall-1|cs-1" : "mall-2|cs-7");
+    host.SetCurrentMallCsId("mall-1|cs-1");
     host.SetClientLinkPrefix("moxclient://open/");
 }
 
@@ -74,7 +72,6 @@ inline mox_h5_module_data NativeCaseCall(const NativeCase& c) {
     mox_h5_module_data call = MakeCall(c.method, Json::objectValue, (c.flags & kFromWorker) != 0);
     call.payload = ParseJson(c.payload);
     call.payload["method"] = c.method;
-    if (c.flags & kWithWorkerId) call.workerid = "w-3";
     if (c.flags & kSwitchOn) {
         call.configCallback = [](const std::string&, const std::string&, const MoxConfigValue&) {
             return true;
@@ -87,7 +84,7 @@ inline void ExpectNativeCase(const NativeCase& c) {
     SCOPED_TRACE(std::string(c.method) + " " + c.payload + " flags " + std::to_string(c.flags));
     RecordingHost host;
     if (c.hostOp && (c.flags & kHostRefuses)) host.SetResult(c.hostOp, false);
-    ScriptPageSession(host, (c.flags & kOtherSession) == 0);
+    ScriptPageSession(host);
     if (c.flags & kNoLinkPrefix) host.SetClientLinkPrefix("");
     ScopedActionInterface installed((c.flags & kNoHost) ? nullptr : &host);
     ScopedUserCenter users((c.flags & kNoUserCenter) ? nullptr : &host);
