@@ -123,9 +123,9 @@ int NotCurrent(const char* function) {
 char* HandOut(const Json::Value& value) {
     std::string text;
     moxh5::detail::AppendJson(value, text);
-    char* copy = static_cast<char*>(std::malloc(text.size() + 1));
+    // Compact JSON escapes every NUL, so the text ends at its terminator.
+    char* copy = strdup(text.c_str());
     if (!copy) throw std::bad_alloc();
-    std::memcpy(copy, text.c_str(), text.size() + 1);
     return copy;
 }
 

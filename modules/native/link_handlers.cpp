@@ -98,8 +98,8 @@ bool NamesMallId(std::string_view argument) {
     std::string folded;
     for (size_t i = 0; i < name.size(); ++i) {
         const auto byte = static_cast<unsigned char>(name[i]);
-        if (byte == 0xC4 && i + 1 < name.size() &&
-            (name[i + 1] == '\xB0' || name[i + 1] == '\xB1')) {  // U+0130, U+0131
+        // name[name.size()] is the string's terminating NUL, which matches neither.
+        if (byte == 0xC4 && (name[i + 1] == '\xB0' || name[i + 1] == '\xB1')) {  // U+0130, U+0131
             folded += 'i';
             ++i;
         } else if (!std::isspace(byte)) {
