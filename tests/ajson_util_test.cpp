@@ -124,6 +124,7 @@ TEST(AJsonBinder, FailsWithTheReadersMessageAndPosition) {
         {R"({"name": "\q"})", "not a valid string!", "error at line :1 col :11 msg:\\q\"}"},
         {R"({"name": nulL})", "not a valid string!", "error at line :1 col :10 msg:nulL}"},
         {R"({"name": "\u12)", "not a valid string!", "error at line :1 col :11 msg:\\u12"},
+        {R"({"name": "a\n)", "not a valid string!", "error at line :1 col :14 msg:"},
         {"{\"name\": \"tab\there\"}", "not a valid string!", "error at line :1 col :14 msg:"},
         {R"({"count": "5"})", "not a valid number!", "error at line :1 col :11 msg:\"5\"}"},
         {R"({"count": 1.5})", "not a valid number!", "error at line :1 col :11 msg:1.5}"},
@@ -182,7 +183,7 @@ TEST(AJsonBinder, APrefixReadsAsItsCopyWhateverFollowsIt) {
 
 // Test that nesting a hostile text deep in a skipped member fails instead of exhausting the stack.
 TEST(AJsonBinder, DeepNestingFailsCleanly) {
-    for (const auto& [depth, binds] : {std::pair{200, true}, std::pair{100000, false}}) {
+    for (const auto& [depth, binds] : {std::pair{257, true}, std::pair{258, false}, std::pair{100000, false}}) {
         const std::string text =
             R"({"other": )" + std::string(depth, '[') + std::string(depth, ']') + "}";
         Sample s;

@@ -85,9 +85,9 @@ TEST(BasicModule, SetLogKeepsPageTextOnOneBoundedLine) {
         {"a\xE2\x80\xA8"
          "b\xE2\x80\xA9"
          "c\xC2\x85"
-         "d\xC2\x9B"
-         "e",
-         "[MoxH5] a\\u2028b\\u2029c\\u0085d\\u009be"},
+         "d\xC2\x9F"
+         "e\xC2\xA0",
+         "[MoxH5] a\\u2028b\\u2029c\\u0085d\\u009fe\xC2\xA0"},
         {"\xE2\x80\xAE"
          "fdp.exe\xE2\x80\xAA\xE2\x80\xAD\xE2\x81\xA6"
          "x\xE2\x81\xA9\xE2\x80\x8E\xE2\x80\x8F\xD8\x9C"

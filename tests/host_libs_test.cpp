@@ -161,6 +161,7 @@ TEST(HostJson, BothFormsReadAlikeAtEverySize) {
                 const bool r4 = GetJsonValueToInt64(obj, k, n2, "C::f", true, keep);
                 EXPECT_EQ(std::make_tuple(r1, byString, r3, n1), std::make_tuple(r2, byPointer, r4, n2))
                     << where;
+                EXPECT_EQ(r3, member ? member->isInt64() : keep) << where;
                 const auto lines = log->Records();
                 ASSERT_EQ(lines.size() % 2, 0u) << where;
                 for (size_t i = 0; i < lines.size(); i += 2) {  // each form's line in turn

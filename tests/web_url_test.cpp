@@ -99,6 +99,7 @@ TEST(WebUrl, RefusesWhatCouldMisleadTheNextReader) {
         {"https://1.2.3.4.5/", "malformed IPv4 address"},
         {"https://shop.123/", "malformed IPv4 address"},
         {"https://[::1/", "malformed IP literal"},
+        {"https://[::1.2.3.256]/", "malformed IP literal"},
         {"https://[fe80::1%25eth0]/", "malformed IP literal"},
         {"file:///C:/Windows/win.ini", "no \"//\" and host after the scheme"},
         {"file://localhost/etc/passwd", "file link without a host"},
