@@ -1,10 +1,13 @@
 // The transport of a page served by the dev host (moxh5-devhost), which
 // injects `__MOXH5_DEV__` = {"base", "token", "socket", "page"} before the SDK.
 //
-// A page realm (a document, or a worker) holds one WebSocket to the dev host,
-// kept on the global object and shared by every SDK instance of the realm,
-// so that a page with two SDKs (a bundled one and the injected one) uses one
-// connection. Over it go the calls and their results, the answers the host
+// A tab holds one WebSocket to the dev host, kept on the document's global
+// object and shared by every SDK instance of the document (a page with two
+// SDKs, a bundled one and the injected one, uses one connection) and by its
+// workers: the document's link names a BroadcastChannel in the settings
+// (`relay`), which the page hands on to its workers with the rest, and a
+// worker's link sends and hears its messages through the document's socket
+// over that channel. A worker given no relay name connects on its own. Over it go the calls and their results, the answers the host
 // delivers later and live reloads (docs/devhost.md has the messages). When
 // the connection drops, awaited answers fail with MoxTransportError and the
 // link connects again on its own, asking the dev host where its socket is
@@ -17,6 +20,8 @@ export interface DevConfig {
   token: string;
   socket: string;
   page: { kind: PageKind; webIndex?: number; workerId?: string };
+  /** The channel a tab's workers reach its connection through; set by the document's link. */
+  relay?: string;
 }
 
 // The parts of WebSocket the link uses (tests pass fakes).
@@ -30,10 +35,62 @@ export interface SocketLike {
 }
 export type SocketFactory = (url: string) => SocketLike;
 
+// The parts of BroadcastChannel the relay uses (tests pass fakes).
+export interface ChannelLike {
+  postMessage(message: unknown): void;
+  close(): void;
+  onmessage: ((event: { data: unknown }) => void) | null;
+}
+export type ChannelFactory = (name: string) => ChannelLike;
+
+type RelayMessage = { to?: string; ask?: boolean; open?: boolean; closed?: boolean; text?: unknown };
+
 type Delivery = (page: DevConfig["page"], callbackId: string, answer: unknown) => void;
 type Loss = (reason: Error) => void;
 
 const OPEN = 1;
+const CLOSED = 3;
+
+// A worker's socket: the tab's connection, over the tab's relay channel. It
+// opens when the tab says its socket is open and closes when the tab's does.
+class RelaySocket implements SocketLike {
+  readyState = 0;
+  onopen: ((event: unknown) => void) | null = null;
+  onmessage: ((event: { data: unknown }) => void) | null = null;
+  onclose: ((event: unknown) => void) | null = null;
+
+  constructor(private readonly channel: ChannelLike) {
+    channel.onmessage = ({ data }) => this.hear(data as RelayMessage);
+    channel.postMessage({ to: "tab", ask: true });
+  }
+
+  send(text: string): void {
+    this.channel.postMessage({ to: "tab", text });
+  }
+
+  close(): void {
+    this.readyState = CLOSED;
+    this.channel.close();
+  }
+
+  private hear(message: RelayMessage): void {
+    if (message?.to !== "workers") return;
+    if (message.open && this.readyState !== OPEN) {
+      this.readyState = OPEN;
+      this.onopen?.({});
+    } else if (message.closed && this.readyState === OPEN) {
+      this.close();
+      this.onclose?.({});
+    } else if (typeof message.text === "string" && this.readyState === OPEN) {
+      this.onmessage?.({ data: message.text });
+    }
+  }
+}
+
+function browserChannels(scope: object): ChannelFactory | undefined {
+  if (scope !== globalThis || typeof BroadcastChannel !== "function") return undefined;
+  return (name) => new BroadcastChannel(name) as unknown as ChannelLike;
+}
 const RECONNECT_MS = [100, 250, 500, 1000, 2000];
 
 // One realm's connection, shared by its transports.
@@ -46,13 +103,24 @@ export class DevLink {
   private readonly losses = new Set<Loss>();
   private readonly pages = new Map<string, DevConfig["page"]>();
   private attempts = 0;
+  private readonly openSocket: SocketFactory;
+  // A document's relay channel; its socket's messages go there once a worker has asked.
+  private relay?: { channel: ChannelLike; asked: boolean };
 
   constructor(
     private readonly config: DevConfig,
-    private readonly openSocket: SocketFactory = (url) => new WebSocket(url) as unknown as SocketLike,
+    openSocket: SocketFactory = (url) => new WebSocket(url) as unknown as SocketLike,
     private readonly scope: { location?: { reload(): void }; document?: unknown } = globalThis as object,
+    channels: ChannelFactory | undefined = browserChannels(scope),
   ) {
     this.socketUrl = config.socket;
+    const relay = config.relay;
+    if (scope.document === undefined && relay && channels) {
+      this.openSocket = () => new RelaySocket(channels(relay));
+    } else {
+      this.openSocket = openSocket;
+      if (scope.document !== undefined && channels) this.serveWorkers(config, channels);
+    }
     this.connect();
   }
 
@@ -94,6 +162,25 @@ export class DevLink {
     if (this.socket?.readyState === OPEN) this.socket.send(JSON.stringify({ type: "hello", page }));
   }
 
+  // Opens the tab's relay and names it in the settings its workers are given.
+  private serveWorkers(config: DevConfig, channels: ChannelFactory): void {
+    config.relay ??= `moxh5-relay-${Date.now().toString(36)}-${Math.random().toString(36).slice(2)}`;
+    const relay = { channel: channels(config.relay), asked: false };
+    this.relay = relay;
+    relay.channel.onmessage = ({ data }) => {
+      const message = data as RelayMessage;
+      if (message?.to !== "tab") return;
+      relay.asked = true;
+      const open = this.socket?.readyState === OPEN;
+      if (message.ask && open) relay.channel.postMessage({ to: "workers", open: true });
+      else if (typeof message.text === "string" && open) this.socket!.send(message.text);
+    };
+  }
+
+  private toWorkers(message: RelayMessage): void {
+    if (this.relay?.asked) this.relay.channel.postMessage({ ...message, to: "workers" });
+  }
+
   private post(message: JsonObject): void {
     const text = JSON.stringify(message);
     if (this.socket?.readyState === OPEN) this.socket.send(text);
@@ -114,11 +201,16 @@ export class DevLink {
       this.attempts = 0;
       for (const page of this.pages.values()) socket.send(JSON.stringify({ type: "hello", page }));
       for (const text of this.queue.splice(0)) socket.send(text);
+      this.toWorkers({ open: true });
     };
-    socket.onmessage = (event) => this.receive(event.data);
+    socket.onmessage = (event) => {
+      this.receive(event.data);
+      this.toWorkers({ text: event.data });
+    };
     socket.onclose = () => {
       if (this.socket !== socket) return;
       this.socket = undefined;
+      this.toWorkers({ closed: true });
       const lost = new MoxTransportError("the connection to the dev host was lost");
       for (const [, waiting] of this.results) waiting.reject(lost);
       this.results.clear();

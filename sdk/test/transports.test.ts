@@ -3,7 +3,7 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { ClientTransport, type HostScope } from "../src/client-transport.js";
-import { DevLink, DevTransport } from "../src/dev-transport.js";
+import { DevLink, DevTransport, type ChannelLike } from "../src/dev-transport.js";
 import { MoxTransportError } from "../src/errors.js";
 import type { CallRequest } from "../src/types.js";
 
@@ -88,17 +88,40 @@ test("dev: answers reach the transport of their page; junk is dropped; reload re
   assert.deepEqual([delivered, host.reloads.length], [[["7", { success: true }]], 1]);
 });
 
-test("dev: a lost connection fails what waits and connects again", async () => {
-  const host = fakeDevHost();
-  const lost: string[] = [];
-  host.transport.listen(() => {}, (reason) => lost.push(reason.message));
-  const socket = host.sockets[0]!;
+// A BroadcastChannel stand-in: a message reaches every other channel of the name.
+function fakeChannels() {
+  const open: Array<[string, ChannelLike]> = [];
+  return (name: string): ChannelLike => {
+    const channel: ChannelLike = { onmessage: null, close() {}, postMessage(data) {
+      for (const [n, other] of open) if (n === name && other !== channel) other.onmessage?.({ data });
+    } };
+    open.push([name, channel]);
+    return channel;
+  };
+}
+
+test("dev: a worker calls through its tab's socket, hears its own answers, and its loss; the tab connects again", async () => {
+  const [channels, sockets] = [fakeChannels(), [] as FakeSocket[]];
+  const config = { base: "http://127.0.0.1:1", token: "t", socket: "ws://h/s", page: { kind: "render" as const, webIndex: 3 } };
+  new DevLink(config, (url) => sockets[sockets.push(new FakeSocket(url)) - 1]!, { document: {} }, channels);
+  const workerPage = { kind: "worker" as const, webIndex: 3, workerId: "w" };
+  const workerConfig = { ...config, page: workerPage };  // the relay's name comes along
+  const worker = new DevTransport(workerConfig, new DevLink(workerConfig, () => assert.fail("a socket of its own"), {}, channels));
+  const [heard, lost]: string[][] = [[], []];
+  worker.listen((id) => heard.push(id), (reason) => lost.push(reason.message));
+  const calling = worker.send(request);
+  const socket = sockets[0]!;
   socket.open();
-  const sending = host.transport.send(request);
+  assert.deepEqual(socket.sent, [{ type: "hello", page: workerPage }, { type: "call", call: { ...request, page: workerPage } }]);
+  socket.hear({ type: "answer", page: { kind: "render", webIndex: 3 }, callbackId: "r", answer: {} });
+  socket.hear({ type: "answer", page: workerPage, callbackId: "w1", answer: {} });
+  socket.hear({ type: "result", callbackId: "4", ...result });
+  assert.deepEqual([await calling, heard], [result, ["w1"]]);
+  const waiting = worker.send({ ...request, callbackId: "6" });
   socket.readyState = 3;
   socket.onclose?.({});
-  await assert.rejects(sending, MoxTransportError);
+  await assert.rejects(waiting, MoxTransportError);
   assert.deepEqual(lost, ["the connection to the dev host was lost"]);
   await new Promise((r) => setTimeout(r, 150));
-  assert.equal(host.sockets.length, 2, "a new socket after the first retry delay");
+  assert.equal(sockets.length, 2, "a new socket after the first retry delay, the tab's only");
 });

@@ -65,6 +65,8 @@ try {
   const results = await Promise.race([Promise.all(runs), timeout]);
   running = false;
   await answering;
+  // Each tab's document, its second SDK and its worker share the tab's one connection.
+  assert.equal((await panelRoute(host, "/__moxh5/socket-address")).connections, tabs.length, "connections");
 
   const total = calls.render.length + calls.worker.length;
   assert.equal(total, api.modules.reduce((n, m) => n + m.methods.length, 0));

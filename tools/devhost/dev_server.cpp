@@ -325,6 +325,7 @@ struct DevServer::Impl {
                 res.set_header("Access-Control-Allow-Origin", req.get_header_value("Origin"));
             Json::Value reply;
             reply["socket"] = "ws://127.0.0.1:" + std::to_string(socketPort) + "/__moxh5/socket";
+            reply["connections"] = static_cast<Json::UInt64>(sockets.OpenCount());
             SendJson(res, 200, reply);
         });
         server.Get("/__moxh5/events", [this](const httplib::Request& req, httplib::Response& res) {

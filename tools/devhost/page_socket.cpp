@@ -431,6 +431,8 @@ int PageSockets::Bind(int port) {
 
 void PageSockets::SetHttpPort(int port) { m_impl->options.httpPort = port; }
 
+size_t PageSockets::OpenCount() { return m_impl->Open().size(); }
+
 void PageSockets::Start() {
     m_impl->acceptThread = std::thread([this] { m_impl->Accept(); });
     m_impl->forwardThread = std::thread([this] { m_impl->Forward(); });

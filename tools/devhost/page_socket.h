@@ -50,6 +50,8 @@ public:
     void Stop();
     // Sends a text to every open connection (live reload).
     void Broadcast(const std::string& text);
+    // How many page connections are open (one per tab).
+    size_t OpenCount();
 
 private:
     struct Impl;
