@@ -92,11 +92,6 @@ const char kPost[] =
     R"({"isWorker":true,"callbackid":"net-1","payload":{"method":"httpRequest",)"
     R"("params":{"type":"post","url":"https://shop.example/","content":"","cookie":""}}})";
 
-// A request whose payload nests `depth` containers.
-std::string Nested(int depth) {
-    return R"({"payload":{"method":"x","params":)" + std::string(depth - 1, '[') +
-           std::string(depth - 1, ']') + "}}";
-}
 
 TEST_F(CInterface, RefusesBadArgumentsAndTexts) {
     moxh5_host* second = nullptr;
@@ -119,8 +114,6 @@ TEST_F(CInterface, RefusesBadArgumentsAndTexts) {
          moxh5_execute(reinterpret_cast<moxh5_host*>(&exists), "JSCallBasic", "{}", &outcome,
                        &answer),
          MOXH5_ERROR_STATE},
-        {"payload 128 deep", Execute("JSCallBasic", Nested(128)), MOXH5_OK},
-        {"payload 129 deep", Execute("JSCallBasic", Nested(129)), MOXH5_ERROR_JSON},
         {"exist, bad text", moxh5_exist(host, "nope", &exists), MOXH5_ERROR_JSON},
         {"page, bad answer", moxh5_answer_page(host, "{}", 1, "{"), MOXH5_ERROR_JSON},
         {"page, array answer", moxh5_answer_page(host, R"({"callbackid":"a"})", 1, "[1]"),

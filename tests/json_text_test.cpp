@@ -168,14 +168,15 @@ TEST(JsonText, ReaderAgreesWithJsoncppOnGeneratedTexts) {
     }
 }
 
-// Test the nesting bound on both sides, for the reader and the skipping reader.
+// Test the nesting bound on both sides, for the reader, a request's payload and a skipped member.
 TEST(JsonText, NestingStopsPastTheBound) {
     for (const int depth : {128, 129}) {
         const std::string text = std::string(depth - 1, '[') + "{\"a\":1}" + std::string(depth - 1, ']');
         Json::Value value;
-        moxh5::detail::RequestRecord call;
+        moxh5::detail::RequestRecord payload, skipped;
         EXPECT_EQ(ParseJson(text, value), depth == 128) << depth;
-        EXPECT_EQ(moxh5::detail::ReadRequestText("{\"x\":" + text + "}", call), depth == 128);
+        EXPECT_EQ(moxh5::detail::ReadRequestText("{\"payload\":" + text + "}", payload), depth == 128);
+        EXPECT_EQ(moxh5::detail::ReadRequestText("{\"x\":" + text + "}", skipped), depth == 128);
     }
 }
 

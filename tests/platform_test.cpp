@@ -92,8 +92,7 @@ TEST(PlatformShell, HookObservesOpensAndTheShellRefusesMissingFiles) {
 #if !defined(_WIN32)
     // With no opener on the search path a link has no association (31), also when the host
     // leaves child exits to the system, which makes waiting for the child fail.
-    const char* const searchPath = std::getenv("PATH");
-    const std::string saved = searchPath ? searchPath : "";
+    const std::string saved = std::getenv("PATH") ? std::getenv("PATH") : "";
     ::setenv("PATH", "/moxh5-no-such-folder", 1);
     for (const auto disposition : {SIG_DFL, SIG_IGN}) {
         const auto before = std::signal(SIGCHLD, disposition);
