@@ -30,6 +30,22 @@ void MOXH5_CALL Operation(void* user, const char* op, const char* args, moxh5_to
     moxh5_reply(reply, "false");  // refused: no work stays with this host
 }
 
+void MOXH5_CALL UserValue(void* user, const char* name, const char* mallcsid,
+                          moxh5_reply_slot* reply) {
+    static_cast<Handed*>(user)->ops.push_back(std::string(name) + " " + mallcsid);
+    moxh5_reply(reply, "\"v\"");
+}
+
+moxh5_host_table TableFor(Handed& handed) {
+    moxh5_host_table table;
+    std::memset(&table, 0, sizeof table);
+    table.size = sizeof table;
+    table.user = &handed;
+    table.operation = &Operation;
+    table.user_value = &UserValue;
+    return table;
+}
+
 // A value of each parameter type the catalogue uses, distinct per position
 // `n` so that arguments swapped between names show; text that needs escaping.
 template <typename T>
@@ -66,12 +82,7 @@ T Sample(int n) {
 template <typename Result, typename... Params, typename Expected>
 void Check(const char* name, Result (CHostAdapter::*method)(Params...), Expected expected) {
     Handed handed;
-    moxh5_host_table table;
-    std::memset(&table, 0, sizeof table);
-    table.size = sizeof table;
-    table.user = &handed;
-    table.operation = &Operation;
-    CHostAdapter adapter(table, 0x5EED);
+    CHostAdapter adapter(TableFor(handed), 0x5EED);
     std::tuple<std::decay_t<Params>...> values;
     int n = 0;
     std::apply([&](auto&... value) { ((value = Sample<std::decay_t<decltype(value)>>(n++)), ...); },
@@ -108,12 +119,24 @@ void Check(const char* name, Result (CHostAdapter::*method)(Params...), Expected
 TEST(CHostAdapter, EveryOperationHandsTheCataloguesArguments) {
     MOXH5_HOST_OPERATIONS(CHECK_OPERATION, EXPECTED_ARG, EXPECTED_ARG_VALUE)
 }
+
 #undef CHECK_OPERATION
 #undef EXPECTED_ARG
 #undef EXPECTED_ARG_VALUE
 #if defined(__GNUC__)
 #pragma GCC diagnostic pop
 #endif
+
+// Test that each user-centre question reaches the host under its documented name.
+TEST(CHostAdapter, UserValuesAreAskedByTheirNames) {
+    Handed handed;
+    CHostAdapter adapter(TableFor(handed), 1);
+    const std::vector<std::string> values = {adapter.GetMallId("m|c"), adapter.GetCsId("m|c"),
+                                             adapter.GetCurrentUid("m|c"), adapter.GetCurrentMallCsId()};
+    EXPECT_EQ(values, std::vector<std::string>(4, "v"));
+    EXPECT_EQ(handed.ops, (std::vector<std::string>{"GetMallId m|c", "GetCsId m|c",
+                                                    "GetCurrentUid m|c", "GetCurrentMallCsId "}));
+}
 
 }  // namespace
 }  // namespace moxh5::detail

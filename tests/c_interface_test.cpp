@@ -164,7 +164,6 @@ TEST_F(CInterface, NullArgumentsAreRefusedByName) {
         {refusal(moxh5_set_page_policy(host, nullptr)), "moxh5_set_page_policy: policy_json is null"},
     };
     for (const auto& [got, want] : cases) EXPECT_EQ(got, want);
-    EXPECT_EQ(answer, nullptr);
     EXPECT_EQ(out, nullptr);
 }
 
@@ -177,7 +176,6 @@ TEST_F(CInterface, MalformedRequestTextsAreRefusedWithTheirReason) {
         {"null", notJson},
         {R"({"unknown":[1 2],"mallcsid":1})", notJson},
         {R"({"mallcsid":["x"]})", "member \"mallcsid\" must be a string or null"},
-        {R"({"webindex":-2147483649})", "member \"webindex\" must be a 32-bit integer or null"},
     };
     for (const auto& [text, reason] : cases) {
         unsigned outcome = 0;
@@ -201,7 +199,6 @@ TEST_F(CInterface, MalformedRequestTextsAreRefusedWithTheirReason) {
 TEST_F(CInterface, PayloadBoundsHoldForShortAndLongTexts) {
     auto request = [](size_t elements) {
         std::string list;
-        list.reserve(elements * 2);
         for (size_t i = 0; i < elements; ++i) list += i ? ",0" : "0";
         return R"({"callbackid":"b","payload":{"method":"showToast","params":{"content":"x",)"
                R"("list":[)" +
@@ -221,9 +218,7 @@ TEST_F(CInterface, PayloadBoundsHoldForShortAndLongTexts) {
         EXPECT_EQ(outcome, c.accepted ? MOXH5_REGISTERED | MOXH5_HANDLED : MOXH5_REGISTERED)
             << c.elements;
         EXPECT_EQ(recorded.ops.size(), c.accepted ? 1u : 0u) << c.elements;
-        if (!c.accepted) {
-            EXPECT_EQ(answer, R"({"message":"Invalid params."})");
-        }
+        EXPECT_TRUE(c.accepted || answer == R"({"message":"Invalid params."})") << answer;
     }
 }
 

@@ -105,9 +105,7 @@ TEST(ClipboardHelper, CopyReplacesTheClipboardAndEveryOperationClosesIt) {
     mox_clipboard_content content;
     EXPECT_TRUE(Helper().GetClipboardContent(content));
     EXPECT_TRUE(ClipboardHeldElsewhere().Held());
-    const std::wstring text = platform::Utf8ToWide(
-        "a\xF0\x9F\x98\x80"
-        "b");  // a😀b
+    const std::wstring text = platform::Utf8ToWide("a\U0001F600b");
     EXPECT_TRUE(Helper().CopyUniCodeTextToClipBoard(text));
     EXPECT_TRUE(ClipboardHeldElsewhere().Held());
     EXPECT_EQ(ReadClipboardUnicodeText(), text);
