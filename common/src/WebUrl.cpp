@@ -405,7 +405,9 @@ std::optional<std::u32string> PunycodeDecode(std::string_view text) {
             const uint32_t t = Threshold(k, bias);
             if (digit < t) break;
             w *= kBase - t;
-            if (i > 0x10FFFF * 64 || w > 0x10FFFF * 64) return std::nullopt;
+            // i grew by at least the old w (digit >= t >= 1), so w stays within 35
+            // times this bound and neither overflows before the next check.
+            if (i > 0x10FFFF * 64) return std::nullopt;
         }
         const uint64_t points = out.size() + 1;
         bias = Adapt(static_cast<uint32_t>(i - oldI), static_cast<uint32_t>(points), oldI == 0);
