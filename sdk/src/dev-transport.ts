@@ -204,8 +204,8 @@ export class DevLink {
       this.toWorkers({ open: true });
     };
     socket.onmessage = (event) => {
-      this.receive(event.data);
-      this.toWorkers({ text: event.data });
+      // A result this realm was waiting for is nobody else's.
+      if (!this.receive(event.data)) this.toWorkers({ text: event.data });
     };
     socket.onclose = () => {
       if (this.socket !== socket) return;
@@ -242,18 +242,19 @@ export class DevLink {
     for (const onDelivery of this.deliveries) onDelivery(page, String(message["callbackId"] ?? ""), message["answer"]);
   }
 
-  private receive(data: unknown): void {
-    if (typeof data !== "string") return;
+  // Whether the message settled a call of this realm's.
+  private receive(data: unknown): boolean {
+    if (typeof data !== "string") return false;
     let message: JsonObject;
     try {
       message = JSON.parse(data) as JsonObject;
     } catch {
-      return;
+      return false;
     }
     const id = String(message["callbackId"] ?? "");
     if (message["type"] === "result" || message["type"] === "echo") {
       const waiting = this.results.get(id);
-      if (!waiting) return;
+      if (!waiting) return false;
       this.results.delete(id);
       if (typeof message["error"] === "string") {
         waiting.reject(new MoxTransportError(`The dev host refused the call: ${message["error"]}`));
@@ -267,11 +268,13 @@ export class DevLink {
       // The deliveries the call caused at once come with its result.
       const deliveries = message["deliveries"];
       if (Array.isArray(deliveries)) for (const delivery of deliveries) this.receiveAnswer(delivery as JsonObject);
+      return true;
     } else if (message["type"] === "answer") {
       this.receiveAnswer(message);
     } else if (message["type"] === "reload" && this.scope.document !== undefined) {
       this.scope.location?.reload();
     }
+    return false;
   }
 }
 
