@@ -7,7 +7,8 @@
 // workers: the document's link names a BroadcastChannel in the settings
 // (`relay`), which the page hands on to its workers with the rest, and a
 // worker's link sends and hears its messages through the document's socket
-// over that channel. A worker given no relay name connects on its own. Over it go the calls and their results, the answers the host
+// over that channel; a worker given no relay name connects on its own. Over
+// the connection go the calls and their results, the answers the host
 // delivers later and live reloads (docs/devhost.md has the messages). When
 // the connection drops, awaited answers fail with MoxTransportError and the
 // link connects again on its own, asking the dev host where its socket is
@@ -91,6 +92,7 @@ function browserChannels(scope: object): ChannelFactory | undefined {
   if (scope !== globalThis || typeof BroadcastChannel !== "function") return undefined;
   return (name) => new BroadcastChannel(name) as unknown as ChannelLike;
 }
+
 const RECONNECT_MS = [100, 250, 500, 1000, 2000];
 
 // One realm's connection, shared by its transports.
@@ -119,7 +121,7 @@ export class DevLink {
       this.openSocket = () => new RelaySocket(channels(relay));
     } else {
       this.openSocket = openSocket;
-      if (scope.document !== undefined && channels) this.serveWorkers(config, channels);
+      if (scope.document !== undefined && channels) this.serveWorkers(channels);
     }
     this.connect();
   }
@@ -163,9 +165,9 @@ export class DevLink {
   }
 
   // Opens the tab's relay and names it in the settings its workers are given.
-  private serveWorkers(config: DevConfig, channels: ChannelFactory): void {
-    config.relay ??= `moxh5-relay-${Date.now().toString(36)}-${Math.random().toString(36).slice(2)}`;
-    const relay = { channel: channels(config.relay), asked: false };
+  private serveWorkers(channels: ChannelFactory): void {
+    this.config.relay ??= `moxh5-relay-${Date.now().toString(36)}-${Math.random().toString(36).slice(2)}`;
+    const relay = { channel: channels(this.config.relay), asked: false };
     this.relay = relay;
     relay.channel.onmessage = ({ data }) => {
       const message = data as RelayMessage;
