@@ -55,17 +55,6 @@ TEST(BasicModule, SetLogWritesKnownLevelsAndRefusesTheRest) {
         }
 }
 
-// Test that the request trace is written at info, with the whole payload. (That a sink's level
-// keeps less urgent lines out: HostLog.SinkLevelDecidesWhichLinesAreKept.)
-TEST(BasicModule, SetLogTraceCarriesTheWholePayload) {
-    ScopedLogCapture log(LOG_PRIORITY_INFO);
-    Json::Value answer;
-    RunBasic(MakeCall("setLog", ParseJson(R"({"content":"x","logLevel":"alert"})")), answer);
-    const auto trace = log->Matching("[MoxH5] Web req SetLog content: ");
-    ASSERT_EQ(trace.size(), 1u);
-    EXPECT_NE(trace[0].text.find(R"("logLevel":"alert")"), std::string::npos) << trace[0].text;
-}
-
 // Test that a page's text stays on one line of bounded length, cut at a character boundary, and
 // that no code point a log viewer takes for a line break or a change of direction gets through.
 TEST(BasicModule, SetLogKeepsPageTextOnOneBoundedLine) {

@@ -20,6 +20,7 @@ namespace {
 
 struct Handed {
     std::vector<std::string> ops, args;  // as the host got them
+    const char* reply = "false";         // refused by default: no work stays with this host
 };
 
 void MOXH5_CALL Operation(void* user, const char* op, const char* args, moxh5_token*,
@@ -27,7 +28,7 @@ void MOXH5_CALL Operation(void* user, const char* op, const char* args, moxh5_to
     auto* handed = static_cast<Handed*>(user);
     handed->ops.push_back(op);
     handed->args.push_back(args);
-    moxh5_reply(reply, "false");  // refused: no work stays with this host
+    if (handed->reply) moxh5_reply(reply, handed->reply);
 }
 
 void MOXH5_CALL UserValue(void* user, const char* name, const char* mallcsid,
@@ -126,6 +127,31 @@ TEST(CHostAdapter, EveryOperationHandsTheCataloguesArguments) {
 #if defined(__GNUC__)
 #pragma GCC diagnostic pop
 #endif
+
+// Test what a reply means to the operations that hear it at once: only true accepts, a version
+// is any JSON but false, a text only a JSON string; no reply is a refusal, no version, no text.
+TEST(CHostAdapter, RepliesMeanWhatTheirShapeSays) {
+    const struct {
+        const char* reply;
+        bool accepted;
+        const char* version;  // null: no version
+        const char* text;
+    } kReplies[] = {
+        {"true", true, "true", ""},     {"false", false, nullptr, ""},
+        {nullptr, false, nullptr, ""},  {"1", false, "1", ""},
+        {"\"t\"", false, "\"t\"", "t"}, {"{\"v\":[2]}", false, "{\"v\":[2]}", ""},
+    };
+    for (const auto& c : kReplies) {
+        Handed handed;
+        handed.reply = c.reply;
+        CHostAdapter adapter(TableFor(handed), 1);
+        Json::Value version;
+        EXPECT_EQ(adapter.OpenGoodsManage("{}"), c.accepted) << c.reply;
+        EXPECT_EQ(adapter.GetPluginVersion("p", version), c.version != nullptr) << c.reply;
+        EXPECT_EQ(version, c.version ? test::ParseJson(c.version) : Json::Value()) << c.reply;
+        EXPECT_EQ(adapter.GetClientLinkPrefix(), c.text) << c.reply;
+    }
+}
 
 // Test that each user-centre question reaches the host under its documented name.
 TEST(CHostAdapter, UserValuesAreAskedByTheirNames) {

@@ -161,7 +161,21 @@ TEST(HostJson, BothFormsReadAlikeAtEverySize) {
                 const bool r4 = GetJsonValueToInt64(obj, k, n2, "C::f", true, keep);
                 EXPECT_EQ(std::make_tuple(r1, byString, r3, n1), std::make_tuple(r2, byPointer, r4, n2))
                     << where;
-                EXPECT_EQ(r3, member ? member->isInt64() : keep) << where;
+                // Each out form takes exactly the members of its type.
+                std::wstring w;
+                bool b = false;
+                int n32 = 0;
+                const auto typed = [&](bool isType) { return member ? isType : keep; };
+                EXPECT_EQ(
+                    std::make_tuple(r1, r3,
+                                    GetJsonValueToUtf8WString(obj, key, w, caller, false, keep),
+                                    GetJsonValueToBool(obj, key, b, caller, false, keep),
+                                    GetJsonValueToInt(obj, key, n32, caller, false, keep)),
+                    std::make_tuple(
+                        typed(member && member->isString()), typed(member && member->isInt64()),
+                        typed(member && member->isString()), typed(member && member->isBool()),
+                        typed(member && member->isInt())))
+                    << where;
                 const auto lines = log->Records();
                 ASSERT_EQ(lines.size() % 2, 0u) << where;
                 for (size_t i = 0; i < lines.size(); i += 2) {  // each form's line in turn

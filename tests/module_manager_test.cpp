@@ -52,9 +52,10 @@ mox_h5_module_data CanIUse(const std::string& name) {
 }
 
 // Test that the lookup of every call follows the registry: names told apart by length and by
-// bytes, Create building each worker once however often it runs, a second registration under a
-// name kept beside the first and serving at once (with no worker until the next Create), and
-// managers made and dropped one after another each finding only their own modules.
+// bytes, a module without an execute function refusing its calls, Create building each worker once
+// however often it runs, a second registration under a name kept beside the first and serving at
+// once (with no worker until the next Create), and managers made and dropped one after another each
+// finding only their own modules.
 TEST(ModuleManager, LookupFollowsRegistrationsAndManagers) {
     auto servedBy = [](MoxModuleManager& manager, const std::string& name) {
         Json::Value answer;
@@ -65,12 +66,15 @@ TEST(ModuleManager, LookupFollowsRegistrationsAndManagers) {
     first->Register(TaggedModule<1>("A"));
     first->Register(TaggedModule<2>("BB"));
     first->Register(TaggedModule<3>("BC"));
+    mox_source_info_t withoutExecute = TaggedModule<7>("C");
+    withoutExecute.execute_fn = nullptr;
+    first->Register(withoutExecute);
     g_workersBuilt = 0;
     EXPECT_TRUE(first->Create());
     EXPECT_TRUE(first->Create());
-    EXPECT_EQ(g_workersBuilt, 3);
-    const std::pair<const char*, int> names[] = {{"A", 1}, {"BB", 2}, {"BC", 3}, {"B", -1},
-                                                 {"AA", -1}, {"BD", -1}, {"", -1}};
+    EXPECT_EQ(g_workersBuilt, 4);
+    const std::pair<const char*, int> names[] = {{"A", 1},  {"BB", 2},  {"BC", 3},  {"C", 0},
+                                                 {"B", -1}, {"AA", -1}, {"BD", -1}, {"", -1}};
     for (const auto& [name, tag] : names) EXPECT_EQ(servedBy(*first, name), tag) << name;
     {
         TestManager second;

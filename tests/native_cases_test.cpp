@@ -214,7 +214,8 @@ TEST(NativeTips, CompletionsOutliveTheRequest) {
     }
 }
 
-// Test that the request trace is written under the worker's file name and the handler's name.
+// Test that the request trace is written at info with the whole payload, under the worker's file
+// name and the handler's name.
 TEST(NativeTips, TraceNamesTheWorkerAndTheHandler) {
     RecordingHost host;
     ScopedActionInterface installed(&host);
@@ -226,6 +227,7 @@ TEST(NativeTips, TraceNamesTheWorkerAndTheHandler) {
     EXPECT_EQ(trace[0].priority, LOG_PRIORITY_INFO);
     EXPECT_EQ(trace[0].file, "H5NativeWorker.cpp");
     EXPECT_EQ(trace[0].function, "H5NativeWorker::showToast");
+    EXPECT_NE(trace[0].text.find(R"("content":"hi")"), std::string::npos) << trace[0].text;
 }
 
 }  // namespace

@@ -37,10 +37,9 @@ constexpr char kDefaultTipTitle[] = "\xE6\x8F\x90\xE7\xA4\xBA";
 constexpr char kEasyWndSwitch[] = "func_enable_h5_easy_wnd_327";
 constexpr char kNotEnabled[] = "Not enabled";
 
-// Toast kinds run from 1 to 3; anything else shows the default kind 1. (One
-// unsigned comparison; kind - 1 would overflow for the smallest int.)
+// A kind the host does not know shows as the default kind.
 int ToastKindOrDefault(int kind) {
-    return static_cast<unsigned>(kind) - 1u > 2u ? MOX_TOAST_SUCCESS : kind;
+    return kind < MOX_TOAST_SUCCESS || kind > MOX_TOAST_THIRD ? MOX_TOAST_SUCCESS : kind;
 }
 
 int ToastDurationOrDefault(int durationMs) {
