@@ -1,66 +1,22 @@
 #include "core/policy/local_hosts.h"
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "AsciiCase.h"
 
 namespace moxh5::detail {
 namespace {
 
-bool InV4(uint32_t address, uint32_t network, int prefix) {
-    const uint32_t mask = prefix == 0 ? 0 : ~uint32_t{0} << (32 - prefix);
-    return (address & mask) == (network & mask);
-}
+uint32_t Ipv4Mask(int prefix) { return prefix == 0 ? 0 : ~uint32_t{0} << (32 - prefix); }
 
-const char* Ipv4Refusal(uint32_t a) {
-    if (InV4(a, 0x7F000000, 8)) return "loopback address";
-    if (InV4(a, 0x0A000000, 8) || InV4(a, 0xAC100000, 12) || InV4(a, 0xC0A80000, 16)) {
-        return "private address";
-    }
-    if (InV4(a, 0xA9FE0000, 16)) return "link-local address";
-    if (InV4(a, 0x00000000, 8) || InV4(a, 0x64400000, 10) || InV4(a, 0xC0000000, 24) ||
-        InV4(a, 0xC6120000, 15) || InV4(a, 0xE0000000, 4) || InV4(a, 0xF0000000, 4)) {
-        return "special-purpose address";
-    }
-    return nullptr;
-}
-
-using Ipv6 = std::array<uint16_t, 8>;
-
-// Whether the first `prefix` bits of `a` and `network` agree.
-bool InV6(const Ipv6& a, const Ipv6& network, int prefix) {
-    for (int i = 0; i < 8 && prefix > 0; ++i, prefix -= 16) {
-        const int bits = prefix < 16 ? prefix : 16;
-        const uint16_t mask = static_cast<uint16_t>(0xFFFF << (16 - bits));
-        if ((a[i] & mask) != (network[i] & mask)) return false;
-    }
-    return true;
-}
-
-uint32_t V4At(const Ipv6& a, int piece) { return (uint32_t{a[piece]} << 16) | a[piece + 1]; }
-
-const char* Ipv6Refusal(const Ipv6& a) {
-    static const Ipv6 kZero = {};
-    static const Ipv6 kLoopback = {0, 0, 0, 0, 0, 0, 0, 1};
-    if (a == kZero) return "special-purpose address";
-    if (a == kLoopback) return "loopback address";
-    // Addresses that carry an IPv4 address: mapped, compatible, NAT64.
-    if (InV6(a, {0, 0, 0, 0, 0, 0xFFFF, 0, 0}, 96) || InV6(a, kZero, 96) ||
-        InV6(a, {0x64, 0xFF9B, 0, 0, 0, 0, 0, 0}, 96)) {
-        return Ipv4Refusal(V4At(a, 6));
-    }
-    if (InV6(a, {0x2002, 0, 0, 0, 0, 0, 0, 0}, 16)) return Ipv4Refusal(V4At(a, 1));
-    if (InV6(a, {0xFC00, 0, 0, 0, 0, 0, 0, 0}, 7)) return "private address";
-    if (InV6(a, {0xFE80, 0, 0, 0, 0, 0, 0, 0}, 10) || InV6(a, {0xFEC0, 0, 0, 0, 0, 0, 0, 0}, 10)) {
-        return "link-local address";
-    }
-    if (InV6(a, {0xFF00, 0, 0, 0, 0, 0, 0, 0}, 8) || InV6(a, {0x100, 0, 0, 0, 0, 0, 0, 0}, 64) ||
-        InV6(a, {0x64, 0xFF9B, 1, 0, 0, 0, 0, 0}, 48) ||
-        InV6(a, {0x2001, 0, 0, 0, 0, 0, 0, 0}, 32)) {
-        return "special-purpose address";
-    }
-    return nullptr;
+// The bits of IPv6 piece `piece` (of 16 bits) that a prefix of `prefix` bits covers.
+uint16_t Ipv6PieceMask(int prefix, int piece) {
+    const int bits = std::clamp(prefix - 16 * piece, 0, 16);
+    return static_cast<uint16_t>(0xFFFF0000u >> bits);
 }
 
 std::string_view WithoutTrailingDot(std::string_view name) {
@@ -119,6 +75,103 @@ std::optional<Range> ReadRange(std::string_view entry) {
     return range;
 }
 
+// Whether `url`'s address is in `range`, whose address is the range's first
+// (no bits set past its prefix; else it holds no address at all).
+bool InRange(const WebUrl& url, const Range& range) {
+    if (url.hostKind != range.address.hostKind) return false;
+    if (url.hostKind == WebUrl::HostKind::kIPv4) {
+        return (url.ipv4 & Ipv4Mask(range.prefix)) == range.address.ipv4;
+    }
+    for (int piece = 0; piece < 8; ++piece) {
+        if ((url.ipv6[piece] & Ipv6PieceMask(range.prefix, piece)) != range.address.ipv6[piece]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// `range` from its first address: a host may list a range by any address in it.
+Range Aligned(Range range) {
+    if (range.address.hostKind == WebUrl::HostKind::kIPv4) {
+        range.address.ipv4 &= Ipv4Mask(range.prefix);
+    } else {
+        for (int piece = 0; piece < 8; ++piece) {
+            range.address.ipv6[piece] &= Ipv6PieceMask(range.prefix, piece);
+        }
+    }
+    return range;
+}
+
+// The blocks no page request may reach, written as the host's list is so that
+// one reader and one match serve both (no two blocks overlap).
+constexpr std::pair<const char*, const char*> kLocalBlocks[] = {
+    {"127.0.0.0/8", "loopback address"},
+    {"::1", "loopback address"},
+    {"10.0.0.0/8", "private address"},
+    {"172.16.0.0/12", "private address"},
+    {"192.168.0.0/16", "private address"},
+    {"fc00::/7", "private address"},
+    {"169.254.0.0/16", "link-local address"},
+    {"fe80::/10", "link-local address"},
+    {"fec0::/10", "link-local address"},
+    {"0.0.0.0/8", "special-purpose address"},
+    {"100.64.0.0/10", "special-purpose address"},
+    {"192.0.0.0/24", "special-purpose address"},
+    {"198.18.0.0/15", "special-purpose address"},
+    {"224.0.0.0/4", "special-purpose address"},
+    {"240.0.0.0/4", "special-purpose address"},
+    {"::", "special-purpose address"},
+    {"ff00::/8", "special-purpose address"},
+    {"100::/64", "special-purpose address"},
+    {"64:ff9b:1::/48", "special-purpose address"},
+    {"2001::/32", "special-purpose address"},
+};
+
+// IPv6 blocks whose addresses carry an IPv4 address, which the IPv4 rules then
+// judge, and the piece it starts at: mapped, compatible, NAT64 and 6to4.
+constexpr std::pair<const char*, int> kIpv4Carriers[] = {
+    {"::ffff:0:0/96", 6}, {"::/96", 6}, {"64:ff9b::/96", 6}, {"2002::/16", 1}};
+
+template <typename Value, size_t N>
+std::vector<std::pair<Range, Value>> ReadTable(const std::pair<const char*, Value> (&table)[N]) {
+    std::vector<std::pair<Range, Value>> ranges;
+    for (const auto& [text, value] : table) {
+        if (std::optional<Range> range = ReadRange(text)) ranges.emplace_back(*range, value);
+    }
+    return ranges;
+}
+
+// Read once; never destroyed, since requests may run while the library unloads.
+const std::vector<std::pair<Range, const char*>>& LocalBlocks() {
+    static const auto* blocks =
+        new std::vector<std::pair<Range, const char*>>(ReadTable(kLocalBlocks));
+    return *blocks;
+}
+
+const std::vector<std::pair<Range, int>>& Ipv4Carriers() {
+    static const auto* carriers = new std::vector<std::pair<Range, int>>(ReadTable(kIpv4Carriers));
+    return *carriers;
+}
+
+const char* BlockRefusal(const WebUrl& url) {
+    for (const auto& [range, reason] : LocalBlocks()) {
+        if (InRange(url, range)) return reason;
+    }
+    return nullptr;
+}
+
+const char* AddressRefusal(const WebUrl& url) {
+    if (const char* reason = BlockRefusal(url)) return reason;
+    for (const auto& [range, piece] : Ipv4Carriers()) {
+        if (!InRange(url, range)) continue;
+        WebUrl carried;
+        carried.hostKind = WebUrl::HostKind::kIPv4;
+        carried.ipv4 = (uint32_t{url.ipv6[piece]} << 16) | url.ipv6[piece + 1];
+        return BlockRefusal(carried);
+    }
+    return nullptr;
+}
+
 bool NameListed(std::string_view host, std::string_view entry) {
     const std::string_view name = WithoutTrailingDot(host);
     entry = WithoutTrailingDot(entry);
@@ -134,9 +187,8 @@ bool NameListed(std::string_view host, std::string_view entry) {
 const char* LocalHostRefusal(const WebUrl& url) {
     switch (url.hostKind) {
         case WebUrl::HostKind::kIPv4:
-            return Ipv4Refusal(url.ipv4);
         case WebUrl::HostKind::kIPv6:
-            return Ipv6Refusal(url.ipv6);
+            return AddressRefusal(url);
         case WebUrl::HostKind::kName:
             return NameRefusal(url.host);
     }
@@ -151,15 +203,7 @@ bool HostListed(const WebUrl& url, const std::vector<std::string>& entries) {
             continue;
         }
         const std::optional<Range> range = ReadRange(entry);
-        if (!range || range->address.hostKind != url.hostKind) continue;
-        if (url.hostKind == WebUrl::HostKind::kIPv4 &&
-            InV4(url.ipv4, range->address.ipv4, range->prefix)) {
-            return true;
-        }
-        if (url.hostKind == WebUrl::HostKind::kIPv6 &&
-            InV6(url.ipv6, range->address.ipv6, range->prefix)) {
-            return true;
-        }
+        if (range && InRange(url, Aligned(*range))) return true;
     }
     return false;
 }
