@@ -17,12 +17,14 @@
     bool h5_##Module##_exist(std::shared_ptr<IModuleWorker> worker, const std::string& method);    \
     mox_source_info_t h5_##Module##_source_info();
 
-MOX_DECLARE_MODULE_ADAPTERS(Basic)    // "JSCallBasic"
-MOX_DECLARE_MODULE_ADAPTERS(Device)   // "JSDevice"
-MOX_DECLARE_MODULE_ADAPTERS(Network)  // "JSNetwork"
-MOX_DECLARE_MODULE_ADAPTERS(Photo)    // "JSPhoto"
-MOX_DECLARE_MODULE_ADAPTERS(Socket)   // "MMSSocket"
-MOX_DECLARE_MODULE_ADAPTERS(Storage)  // "JSStorage"
-MOX_DECLARE_MODULE_ADAPTERS(Native)   // "JSCallNative"
+// The modules, under the names pages call them by: JSCallBasic, JSDevice,
+// JSNetwork, JSPhoto, MMSSocket, JSStorage and JSCallNative.
+MOX_DECLARE_MODULE_ADAPTERS(Basic)
+MOX_DECLARE_MODULE_ADAPTERS(Device)
+MOX_DECLARE_MODULE_ADAPTERS(Network)
+MOX_DECLARE_MODULE_ADAPTERS(Photo)
+MOX_DECLARE_MODULE_ADAPTERS(Socket)
+MOX_DECLARE_MODULE_ADAPTERS(Storage)
+MOX_DECLARE_MODULE_ADAPTERS(Native)
 
 #undef MOX_DECLARE_MODULE_ADAPTERS

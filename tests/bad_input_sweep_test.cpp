@@ -3,14 +3,16 @@
 // failure text only ever with a false result.
 #include <gtest/gtest.h>
 
+#include <map>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "AsciiCase.h"
 #include "modules/native/H5NativeWorker.h"
-#include "payload_limits.h"
 #include "moxh5/platform.h"
+#include "payload_limits.h"
 #include "tests/fakes/bridge_fixture.h"
 #include "tests/fakes/capture_sinks.h"
 
@@ -59,6 +61,33 @@ Json::Value EveryKey(const Json::Value& value) {
     return Payload(params);
 }
 
+// Whether a line logged during a call names the function that wrote it: the handler of the
+// method called (or the one it shares) under its worker's name, its worker's dispatch, or one
+// of the helpers calls go through.
+bool NamesTheHandler(const std::string& function, const std::string& module,
+                     const Json::Value& method) {
+    static const std::set<std::string> kHelpers = {"WorkbenchReport::Report",
+                                                   "MoxModuleManager::Exist", "H5HttpRequest",
+                                                   "setPasteBoard", "getMsgid"};
+    static const std::map<std::string, std::string> kShared = {
+        {"FeedBackCommon", "feedBack"},
+        {"httpRequest", "request"},
+        {"sendRichContent", "sendRich_GoodsListContent"},
+        {"sendGoodsListRichContent", "sendRich_GoodsListContent"}};
+    static const std::map<std::string, std::string> kWorkers = {
+        {"JSCallBasic", "H5BasicWorker"},  {"JSDevice", "H5DeviceWorker"},
+        {"JSNetwork", "H5NetworkWorker"},  {"JSPhoto", "H5PhotoWorker"},
+        {"MMSSocket", "H5SocketWorker"},   {"JSStorage", "H5StorageWorker"},
+        {"JSCallNative", "H5NativeWorker"}};
+    const std::string prefix = kWorkers.at(module) + "::";
+    if (function.rfind(prefix, 0) != 0) return kHelpers.count(function) != 0;
+    const std::string name = function.substr(prefix.size());
+    std::string called = method.isString() ? method.asString() : "";
+    if (kShared.count(called)) called = kShared.at(called);
+    return name == "Execute" || EqualsIgnoringAsciiCase(name, called) ||
+           name == called + "_render" || name == called + "_worker";
+}
+
 class BadInputSweep : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -104,7 +133,14 @@ protected:
                                                            "Invalid param.", "Invalid Param.",
                                                            "Native impl instance is null."};
         Json::Value answer(Json::objectValue);
+        ScopedLogCapture lines(LOG_PRIORITY_DEBUG);
         const auto [registered, handled] = ReadySingleton().Execute(module, call, answer);
+        const Json::Value method = call.payload.isObject() ? call.payload["method"] : Json::Value();
+        for (const MoxLogRecord& line : lines->Records()) {
+            EXPECT_TRUE(NamesTheHandler(line.function, module, method))
+                << line.function << " in " << module << " " << what;
+            EXPECT_EQ(line.text.find("[MoxH5] exception in"), std::string::npos) << line.text;
+        }
         ASSERT_TRUE(registered);
         ASSERT_TRUE(answer.isObject()) << module << " " << what;
         const Json::Value& message = answer["message"];

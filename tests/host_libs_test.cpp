@@ -28,9 +28,12 @@ TEST(HostLog, LinesCarryTheirPartsWithTheFileCutToItsBaseName) {
     CMoxLog::MoxLogFormatW(400, L"D:\\x\\wide.cpp", 9, L"W::f", L"%ls %d", L"\u63D0\u793A", 5);
     const std::string big(100000, 'x');
     CMoxLog::MoxLogFormat(300, "f", 1, "f", "%s", big.c_str());
-    CMoxLog::MoxLogFormatW(300, L"f", 1, L"f", L"%ls", std::wstring(5000, L'y').c_str());
+    const size_t kWideLengths[] = {255, 256, 5000};  // around the first buffer's 256 units
+    for (const size_t length : kWideLengths) {
+        CMoxLog::MoxLogFormatW(300, L"f", 1, L"f", L"%ls", std::wstring(length, L'y').c_str());
+    }
     const auto records = log->Records();
-    ASSERT_EQ(records.size(), 5u);
+    ASSERT_EQ(records.size(), 7u);
     EXPECT_EQ(records[0].priority, 300);
     EXPECT_EQ(records[0].file, "H5NativeWorker.cpp");
     EXPECT_EQ(records[0].line, 42);
@@ -42,7 +45,8 @@ TEST(HostLog, LinesCarryTheirPartsWithTheFileCutToItsBaseName) {
     EXPECT_EQ(records[2].function, "W::f");
     EXPECT_EQ(records[2].text, "\xE6\x8F\x90\xE7\xA4\xBA 5");
     EXPECT_EQ(records[3].text, big);
-    EXPECT_EQ(records[4].text, std::string(5000, 'y'));
+    for (size_t i = 0; i < 3; ++i)
+        EXPECT_EQ(records[4 + i].text, std::string(kWideLengths[i], 'y'));
 }
 
 // Test that a sink's level drops less urgent lines, and that the default is warning.

@@ -356,11 +356,12 @@ TEST(HostilePage, LateAnswersReachOnlyOpenPagesOnce) {
         {kStart, "uploadFile", "late-2", "w-a", 0}, {kStart, "saveFile", "late-3", "w-b", 0},
         {kClose, "", "", "w-a", 0}, {kFinish, "", "late-2", "w-a", 0},
         {kFinish, "", "late-3", "w-b", 1}, {kCallNow, "showToast", "late-2", "w-a", 1},
+        {kClose, "", "", "w-z", 0},
         // clang-format on
     };
     RecordingHost host;
     ScopedActionInterface installed(&host);
-    ScopedLogCapture log;
+    ScopedLogCapture log(LOG_PRIORITY_INFO);
     std::map<std::string, PendingPageWork> work;
     for (const auto& s : kSteps) {
         host.ClearCalls();
@@ -389,26 +390,33 @@ TEST(HostilePage, LateAnswersReachOnlyOpenPagesOnce) {
     EXPECT_EQ(log->Matching("[MoxH5] Dropped repeated answer: worker[1]").size(), 1u);
     EXPECT_EQ(log->Matching("[MoxH5] Dropped repeated answer: ticket[").size(), 1u);
     EXPECT_EQ(log->Matching("[MoxH5] Dropped answer for closed page: worker[1]").size(), 1u);
+    for (const char* closed :
+         {"workerid[w-a], 1 answers outstanding", "workerid[w-z], 0 answers"}) {
+        EXPECT_TRUE(log->Contains(closed)) << closed;
+    }
     for (const MoxLogRecord& line : log->Records()) {
         EXPECT_EQ(line.text.find('\n'), std::string::npos) << line.text;
     }
 }
 
-// Test that later work under an id too long to keep fails at once, before the
+// Test that later work under an id too long to keep (over 256 bytes) fails at once, before the
 // host sees it, instead of waiting for an answer that could not be matched.
 TEST(HostilePage, LaterWorkUnderAnOverlongIdFailsAtOnce) {
     RecordingHost host;
     ScopedActionInterface installed(&host);
-    for (const bool longWorkerId : {false, true}) {
-        const std::string longId(300, 'i');
-        mox_h5_module_data call = MakeCall("showCommonTip", Json::Value(Json::objectValue), true,
-                                           longWorkerId ? "tip" : longId);
-        call.workerid = longWorkerId ? longId.c_str() : "w";
-        Json::Value answer;
-        EXPECT_FALSE(RunCall("JSCallNative", call, answer)) << longWorkerId;
-        EXPECT_EQ(answer["message"], "Too many pending calls.") << longWorkerId;
+    for (const size_t length : {256, 257}) {
+        for (const bool longWorkerId : {false, true}) {
+            const std::string longId(length, 'i');
+            mox_h5_module_data call = MakeCall("showCommonTip", Json::Value(Json::objectValue),
+                                               true, longWorkerId ? "tip" : longId);
+            call.workerid = longWorkerId ? longId.c_str() : "w";
+            Json::Value answer;
+            EXPECT_EQ(RunCall("JSCallNative", call, answer), length == 256) << longWorkerId;
+            EXPECT_EQ(answer["message"], length == 256 ? Json::Value() : "Too many pending calls.");
+        }
     }
-    EXPECT_EQ(host.CountOf("ShowCommonTip"), 0u);
+    EXPECT_EQ(host.CountOf("ShowCommonTip"), 2u);
+    EXPECT_EQ(host.CompleteAll(true, Json::Value()), 2u);
 }
 
 // Test that a reloaded page reusing its predecessor's callback ids hears only

@@ -54,8 +54,10 @@ namespace moxh5::ajson {
 
 // Why a binding failed.
 struct Error {
-    std::string message;   // the reader's message, e.g. "not a valid number!"
-    std::string position;  // "error at line :<l> col :<c> msg:<text at the fault>"
+    // the reader's message, e.g. "not a valid number!"
+    std::string message;
+    // "error at line :<l> col :<c> msg:<text at the fault>"
+    std::string position;
 };
 
 // A forward-only reader over JSON text that remembers its first failure.
@@ -97,7 +99,8 @@ public:
     bool AtEnd();
 
 private:
-    char Peek();  // after white space; '\0' at the end
+    // after white space; '\0' at the end
+    char Peek();
     bool ScanString(std::string* out, const char* notAString);
     bool ScanNumber(bool& integral, bool& negative, uint64_t& magnitude, bool& overflow);
     bool ScanLiteral(const char* word);

@@ -46,12 +46,15 @@ struct WebUrl {
 
     std::string scheme;  // lower case
     HostKind hostKind = HostKind::kName;
-    std::string host;   // serialized: "shop.example", "xn--...", "127.0.0.1", "[::1]"
+    // serialized: "shop.example", "xn--...", "127.0.0.1", "[::1]"
+    std::string host;
     uint32_t ipv4 = 0;  // kIPv4
     std::array<uint16_t, 8> ipv6 = {};  // kIPv6
     std::string port;                   // decimal, empty for none or the scheme's default
-    std::string tail;                   // path, then "?" query and "#" fragment when present
-    std::string href;                   // scheme "://" host [":" port] tail
+    // path, then "?" query and "#" fragment when present
+    std::string tail;
+    // scheme "://" host [":" port] tail
+    std::string href;
 };
 
 // Whether `scheme` (lower case) is one of the six that carry an authority.

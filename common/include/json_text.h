@@ -39,7 +39,8 @@ bool ParseJson(std::string_view text, Json::Value& value);
 struct RequestRecord {
     mox_h5_module_data data;
     std::string workerid;    // data.workerid points here once the text named one
-    PayloadMembers members;  // where data.payload's "method" and "params" are
+    // where data.payload's "method" and "params" are
+    PayloadMembers members;
     std::string problem;     // why the text was refused, when a member was wrong
 };
 

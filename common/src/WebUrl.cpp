@@ -229,19 +229,19 @@ std::optional<std::array<uint16_t, 8>> ParseIpv6(std::string_view in) {
             if (piece > 6) return std::nullopt;
             int numbersSeen = 0;
             while (p < in.size()) {
-                int v4 = -1;
                 if (numbersSeen > 0) {
                     if (at(p) != '.' || numbersSeen >= 4) return std::nullopt;
                     ++p;
                 }
                 if (!IsDigit(at(p))) return std::nullopt;
+                const size_t first = p;
+                int v4 = 0;
                 while (IsDigit(at(p))) {
-                    const int digit = at(p) - '0';
-                    if (v4 == 0) return std::nullopt;
-                    v4 = v4 < 0 ? digit : v4 * 10 + digit;
+                    v4 = v4 * 10 + (at(p) - '0');
                     if (v4 > 255) return std::nullopt;
                     ++p;
                 }
+                if (p - first > 1 && at(first) == '0') return std::nullopt;  // no leading zeros
                 address[piece] = static_cast<uint16_t>(address[piece] * 0x100 + v4);
                 ++numbersSeen;
                 if (numbersSeen == 2 || numbersSeen == 4) ++piece;
@@ -310,8 +310,10 @@ uint32_t MapHostCodePoint(uint32_t c) {
     if (c >= 0xFF01 && c <= 0xFF5E) {                           // full-width ASCII
         return static_cast<uint32_t>(AsciiLower(static_cast<char>(c - 0xFEE0)));
     }
-    if (c >= 0xC0 && c <= 0xDE && c != 0xD7) return c + 0x20;  // Latin-1 capitals
-    if (c >= 0xDF && c <= 0xFF && c != 0xF7) return c;         // Latin-1 small letters
+    // Latin-1 capitals
+    if (c >= 0xC0 && c <= 0xDE && c != 0xD7) return c + 0x20;
+    // Latin-1 small letters
+    if (c >= 0xDF && c <= 0xFF && c != 0xF7) return c;
     if (c >= 0x4E00 && c <= 0x9FA5) return c;                  // common CJK ideographs
     return 0;
 }

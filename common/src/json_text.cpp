@@ -348,7 +348,8 @@ private:
         if (point < 0 || (point >= 0xDC00 && point <= 0xDFFF)) return false;
         if (point >= 0xD800 && point <= 0xDBFF) {
             if (!Literal("\\u")) return false;
-            const int32_t low = Hex4();  // -1 is refused with the rest
+            // -1 is refused with the rest
+            const int32_t low = Hex4();
             if (low < 0xDC00 || low > 0xDFFF) return false;
             point = 0x10000 + ((point - 0xD800) << 10) + (low - 0xDC00);
         }

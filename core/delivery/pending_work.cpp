@@ -86,7 +86,8 @@ struct Entry {
     MoxPageIdentity page;
     AnswerHook hook = AnswerHook::kNone;
     State state = State::kOut;
-    uint64_t host = 0;  // the C host holding it as a token; 0: none
+    // the C host holding it as a token; 0: none
+    uint64_t host = 0;
 };
 
 using IdIndex = std::unordered_multimap<std::string, uint64_t>;

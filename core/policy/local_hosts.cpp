@@ -45,7 +45,8 @@ const char* NameRefusal(std::string_view host) {
 // An address or range entry, read by the URL parser's host rules.
 struct Range {
     WebUrl address;
-    int prefix = -1;  // -1: the whole address
+    // -1: the whole address
+    int prefix = -1;
 };
 
 std::optional<Range> ReadRange(std::string_view entry) {

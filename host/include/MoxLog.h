@@ -33,8 +33,10 @@ struct MoxLogRecord {
     int priority = 0;
     std::string file;  // base name only
     int line = 0;
-    std::string function;  // qualified function text, e.g. "H5NativeWorker::showToast"
-    std::string text;      // UTF-8 message
+    // qualified function text, e.g. "H5NativeWorker::showToast"
+    std::string function;
+    // UTF-8 message
+    std::string text;
 };
 
 class MOXHOST_API IMoxLogSink {

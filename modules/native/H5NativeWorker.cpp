@@ -11,8 +11,10 @@ constexpr H5NativeWorker::Slots kRender = H5NativeWorker::kRenderSlot;
 constexpr H5NativeWorker::Slots kWorker = H5NativeWorker::kWorkerSlot;
 constexpr H5NativeWorker::Slots kBoth = H5NativeWorker::kBothSlots;
 constexpr bool kUnified = true;   // answered through the unified callback
-constexpr bool kOwnPath = false;  // keeps "NoNeedUnifyCallBack"
-constexpr bool kLater = true;     // may answer later ("AsynExec")
+// keeps "NoNeedUnifyCallBack"
+constexpr bool kOwnPath = false;
+// may answer later ("AsynExec")
+constexpr bool kLater = true;
 constexpr bool kNow = false;
 
 }  // namespace

@@ -99,7 +99,8 @@ bool NamesMallId(std::string_view argument) {
     for (size_t i = 0; i < name.size(); ++i) {
         const auto byte = static_cast<unsigned char>(name[i]);
         // name[name.size()] is the string's terminating NUL, which matches neither.
-        if (byte == 0xC4 && (name[i + 1] == '\xB0' || name[i + 1] == '\xB1')) {  // U+0130, U+0131
+        // U+0130, U+0131
+        if (byte == 0xC4 && (name[i + 1] == '\xB0' || name[i + 1] == '\xB1')) {
             folded += 'i';
             ++i;
         } else if (!std::isspace(byte)) {

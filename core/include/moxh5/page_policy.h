@@ -67,7 +67,8 @@
 
 // What the request record tells about the page that makes a call.
 struct MoxCallingPage {
-    bool isWorker = false;      // worker page (true) or render page
+    // worker page (true) or render page
+    bool isWorker = false;
     int32_t webindex = 0;       // the web view's index
     std::string_view mallcsid;  // the session that owns the page
     std::string_view workerid;  // the worker page's id; empty for render pages

@@ -53,8 +53,10 @@ using mox_module_data = mox_h5_module_data;
 
 // A module's registration record.
 struct mox_source_info_t {
-    std::string name;       // module name, as pages spell it ("JSCallBasic")
-    uint32_t reserved = 0;  // always 0; copied, never read
+    // module name, as pages spell it ("JSCallBasic")
+    std::string name;
+    // always 0; copied, never read
+    uint32_t reserved = 0;
     std::string (*name_fn)() = nullptr;
     std::shared_ptr<IModuleWorker> (*create_fn)() = nullptr;
     bool (*execute_fn)(std::shared_ptr<IModuleWorker> worker, const mox_module_data* data,

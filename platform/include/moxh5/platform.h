@@ -77,7 +77,8 @@ ScreenSize PrimaryScreenSize();
 
 inline constexpr uint32_t kClipboardText = 1;          // CF_TEXT: narrow text, NUL-terminated
 inline constexpr uint32_t kClipboardBitmap = 2;        // CF_BITMAP: a bitmap handle
-inline constexpr uint32_t kClipboardUnicodeText = 13;  // CF_UNICODETEXT: UTF-16, zero-terminated
+// CF_UNICODETEXT: UTF-16, zero-terminated
+inline constexpr uint32_t kClipboardUnicodeText = 13;
 inline constexpr uint32_t kClipboardFileList = 15;     // CF_HDROP: a dropped-files list
 
 // Data as the clipboard holds it, opaque to callers: on Windows the data
