@@ -14,8 +14,8 @@ namespace {
 uint32_t Ipv4Mask(int prefix) { return prefix == 0 ? 0 : ~uint32_t{0} << (32 - prefix); }
 
 // The bits of IPv6 piece `piece` (of 16 bits) that a prefix of `prefix` bits covers.
-uint16_t Ipv6PieceMask(int prefix, int piece) {
-    const int bits = std::clamp(prefix - 16 * piece, 0, 16);
+uint16_t Ipv6PieceMask(int prefix, size_t piece) {
+    const int bits = std::clamp(prefix - 16 * static_cast<int>(piece), 0, 16);
     return static_cast<uint16_t>(0xFFFF0000u >> bits);
 }
 
@@ -83,7 +83,7 @@ bool InRange(const WebUrl& url, const Range& range) {
     if (url.hostKind == WebUrl::HostKind::kIPv4) {
         return (url.ipv4 & Ipv4Mask(range.prefix)) == range.address.ipv4;
     }
-    for (int piece = 0; piece < 8; ++piece) {
+    for (size_t piece = 0; piece < range.address.ipv6.size(); ++piece) {
         if ((url.ipv6[piece] & Ipv6PieceMask(range.prefix, piece)) != range.address.ipv6[piece]) {
             return false;
         }
@@ -96,7 +96,7 @@ Range Aligned(Range range) {
     if (range.address.hostKind == WebUrl::HostKind::kIPv4) {
         range.address.ipv4 &= Ipv4Mask(range.prefix);
     } else {
-        for (int piece = 0; piece < 8; ++piece) {
+        for (size_t piece = 0; piece < range.address.ipv6.size(); ++piece) {
             range.address.ipv6[piece] &= Ipv6PieceMask(range.prefix, piece);
         }
     }
