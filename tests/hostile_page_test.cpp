@@ -604,13 +604,14 @@ TEST(HostilePage, ClipboardReadNeedsTheHostsYes) {
 // and that a custom scheme is checked as opaque text and handed on as written.
 TEST(HostilePage, ShellSchemesWithAnAuthorityKeepTheWebRules) {
     MoxPagePolicy schemes;
-    schemes.shellSchemes = {"http", "https", "ftp", "ws", "wss", "file", "myapp"};
+    schemes.shellSchemes = {"http", "https", "ftp", "ws", "wss", "file", "my-app.2+x", "my_app"};
     ScopedPagePolicy policy(schemes);
     const std::pair<const char*, const char*> kTargets[] = {
         {"FTP://files.example:21/a b", "ftp://files.example/a%20b"},
         {"file://server/share/a.pdf", "file://server/share/a.pdf"},
-        {"myapp://open/x?y=1", "myapp://open/x?y=1"},
-        {"myapp://u:p@host/", nullptr},
+        {"my-app.2+x://open/x?y=1", "my-app.2+x://open/x?y=1"},
+        {"my-app.2+x://u:p@host/", nullptr},
+        {"my_app:open", nullptr},  // "_" is no scheme character
         {"mailto:help@shop.example", nullptr},
     };
     for (const auto& [target, opened] : kTargets) {

@@ -329,7 +329,7 @@ TEST(LocalHosts, EachAddressBlockEndsAtItsEdges) {
 TEST(LocalHosts, ListedHostsAreTheOnesNamed) {
     const std::vector<std::string> kList = {
         "printer.corp", "*.lab.corp", "127.0.0.1",  "10.8.7.1/16",  // any address of a range
-        "fd00::1/8",    "[::1]",      "nonsense/x", ""};
+        "fd00::1/8",    "[::1]",      "nonsense/x", "10.1.0.0/",   "10.2.0.0/0008", ""};
     const std::pair<const char*, bool> kHosts[] = {
         {"printer.corp", true}, {"PRINTER.corp.", true}, {"a.printer.corp", false},
         {"x.lab.corp", true},   {"x.y.lab.corp", true},  {"lab.corp", false},
