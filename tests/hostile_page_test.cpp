@@ -404,19 +404,26 @@ TEST(HostilePage, LateAnswersReachOnlyOpenPagesOnce) {
 TEST(HostilePage, LaterWorkUnderAnOverlongIdFailsAtOnce) {
     RecordingHost host;
     ScopedActionInterface installed(&host);
-    for (const size_t length : {256, 257}) {
-        for (const bool longWorkerId : {false, true}) {
-            const std::string longId(length, 'i');
-            mox_h5_module_data call = MakeCall("showCommonTip", Json::Value(Json::objectValue),
-                                               true, longWorkerId ? "tip" : longId);
-            call.workerid = longWorkerId ? longId.c_str() : "w";
-            Json::Value answer;
-            EXPECT_EQ(RunCall("JSCallNative", call, answer), length == 256) << longWorkerId;
-            EXPECT_EQ(answer["message"], length == 256 ? Json::Value() : "Too many pending calls.");
+    const Json::Value params =
+        ParseJson(R"({"url":"https://x.example/","filePath":"/f","tempFilePath":"/f"})");
+    const char* const kLaterMethods[] = {"showCommonTip", "selectFile", "downloadRemoteFile",
+                                         "uploadFile", "saveFile"};
+    for (const char* method : kLaterMethods) {
+        for (const size_t length : {256, 257}) {
+            for (const bool longWorkerId : {false, true}) {
+                const std::string longId(length, 'i');
+                mox_h5_module_data call =
+                    MakeCall(method, params, true, longWorkerId ? "later" : longId);
+                call.workerid = longWorkerId ? longId.c_str() : "w";
+                Json::Value answer;
+                EXPECT_EQ(RunCall("JSCallNative", call, answer), length == 256) << method << length;
+                EXPECT_EQ(answer["message"],
+                          length == 256 ? Json::Value() : "Too many pending calls.")
+                    << method;
+            }
         }
     }
-    EXPECT_EQ(host.CountOf("ShowCommonTip"), 2u);
-    EXPECT_EQ(host.CompleteAll(true, Json::Value()), 2u);
+    EXPECT_EQ(host.CompleteAll(true, Json::Value()), 2 * std::size(kLaterMethods));
 }
 
 // Test that a reloaded page reusing its predecessor's callback ids hears only
