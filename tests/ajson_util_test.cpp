@@ -48,7 +48,7 @@ using binder_test::Sample;
 
 // A document with every kind of field, nested records and arrays, and a skipped member.
 constexpr std::string_view kEveryKind = R"({
-        "name": "\u4e2d\u6587 \ud83d\ude00 \"q\" \\ \/ \t",
+        "name": "\u4E2D\u6587 \ud83d\ude00 \"q\" \\ \/ \t",
         "count": -2147483648, "big": 9223372036854775807, "small": 255.0, "flag": true,
         "at": {"y": 4, "x": 3},
         "numbers": [1, -2, 3], "words": ["a", "", "\u00e9"], "switches": [true, false, true],

@@ -304,6 +304,8 @@ TEST(JsonText, RequestTextReadsIntoTheRecord) {
     EXPECT_EQ(repeated.members.method, nullptr) << "only the payload object's own members";
     EXPECT_EQ(repeated.data.workerid, nullptr);
 
+    RequestRecord empty;
+    EXPECT_TRUE(ReadRequestText("{ }", empty));
     RequestRecord page;
     ASSERT_TRUE(ReadRequestText(R"({"payload":{"method":"m"},"callbackid":"c"})", page,
                                 /*withPayload=*/false));

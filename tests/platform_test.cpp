@@ -55,6 +55,11 @@ TEST(PlatformText, NonAsciiTextRoundTrips) {
                                                    ? std::wstring(unpaired.begin(), unpaired.end())
                                                    : L"a\uFFFD\uFFFDb\uFFFD");
     EXPECT_EQ(Utf8ToWide("\xF0\x9F\x98\x80").size(), sizeof(wchar_t) == 2 ? 2u : 1u);
+    // In UTF-32 wide text a surrogate is no character: each becomes a replacement character.
+    if (sizeof(wchar_t) == 4) {
+        const std::wstring lone{wchar_t(0xD7FF), wchar_t(0xD800), wchar_t(0xDFFF), wchar_t(0xE000)};
+        EXPECT_EQ(platform::WideToUtf16(lone), (std::u16string{0xD7FF, 0xFFFD, 0xFFFD, 0xE000}));
+    }
 }
 
 // Test that invalid UTF-8 becomes replacement characters instead of failing.
