@@ -61,9 +61,8 @@ Json::Value EveryKey(const Json::Value& value) {
     return Payload(params);
 }
 
-// Whether a line logged during a call names the function that wrote it: the handler of the
-// method called (or the one it shares) under its worker's name, its worker's dispatch, or one
-// of the helpers calls go through.
+// Whether a line logged during a call names the function that wrote it: the method's handler
+// (or the one it shares) or dispatch under its worker's name, or a helper calls go through.
 bool NamesTheHandler(const std::string& function, const std::string& module,
                      const Json::Value& method) {
     static const std::set<std::string> kHelpers = {"WorkbenchReport::Report",

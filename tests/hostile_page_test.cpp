@@ -399,8 +399,8 @@ TEST(HostilePage, LateAnswersReachOnlyOpenPagesOnce) {
     }
 }
 
-// Test that later work under an id too long to keep (over 256 bytes) fails at once, before the
-// host sees it, instead of waiting for an answer that could not be matched.
+// Test that later work under an id too long to keep (over 256 bytes) fails at once, instead of
+// waiting for an answer that could not be matched.
 TEST(HostilePage, LaterWorkUnderAnOverlongIdFailsAtOnce) {
     RecordingHost host;
     ScopedActionInterface installed(&host);

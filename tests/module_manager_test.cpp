@@ -51,11 +51,10 @@ mox_h5_module_data CanIUse(const std::string& name) {
     return MakeCall("canIUse", params);
 }
 
-// Test that the lookup of every call follows the registry: names told apart by length and by
-// bytes, a module without an execute function refusing its calls, Create building each worker once
-// however often it runs, a second registration under a name kept beside the first and serving at
-// once (with no worker until the next Create), and managers made and dropped one after another each
-// finding only their own modules.
+// Test that every call's lookup follows the registry: names told apart by length and bytes, a
+// module without an execute function refusing, Create building each worker once, a second
+// registration under a name serving at once (with no worker until the next Create), and managers
+// made and dropped one after another each finding only their own modules.
 TEST(ModuleManager, LookupFollowsRegistrationsAndManagers) {
     auto servedBy = [](MoxModuleManager& manager, const std::string& name) {
         Json::Value answer;

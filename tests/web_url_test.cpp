@@ -260,8 +260,7 @@ TEST(LocalHosts, RefusesLocalAddressesAndNamesInAnySpelling) {
     }
 }
 
-// An address of `bits` bits: an IPv4 address, or the upper half of an IPv6 one whose lower
-// half is all ones or all zeros.
+// An IPv4 address, or the upper half of an IPv6 one whose lower half is all ones or zeros.
 WebUrl AddressUrl(int bits, uint64_t address, bool ones) {
     WebUrl url;
     url.hostKind = bits == 32 ? WebUrl::HostKind::kIPv4 : WebUrl::HostKind::kIPv6;
